@@ -1,0 +1,31 @@
+#pragma once
+
+/// The trace library, for everyone who traces.
+///
+///     KXT_CLASS("CkxGpPipe");                       // once in a source file
+///     KXT_SCOPE("Send");                            // first in a method
+///     KXT_OUT(KXT_ERROR, "ERROR: Cannot open pipe. LastError=" << D_LastError);
+///
+/// The pieces are evaluated only when the statement prints. A piece must not ask for the last error itself:
+/// by then other calls have run; D_LastError is what the thread had when the statement began.
+
+#include "Common_CPP/trace/level.h"
+#include "Common_CPP/trace/line.h"
+#include "Common_CPP/trace/scope.h"
+#include "Common_CPP/trace/statement.h"
+
+/// Names the class that all trace statements of a source file belong to.
+#define KXT_CLASS(name) [[maybe_unused]] static constexpr const char* kxTraceClass = (name)
+/// For source files of free functions.
+#define KXT_NO_CLASS KXT_CLASS(nullptr)
+
+#define KXT_JOIN_(a, b) a##b
+#define KXT_JOIN(a, b) KXT_JOIN_(a, b)
+
+/// Opens the scope of a method; at most one on a source line.
+#define KXT_SCOPE(name) const D_Scope_c KXT_JOIN(kxScope, __LINE__)(name, kxTraceClass)
+
+/// One trace line: `pieces` are values joined by <<.
+#define KXT_OUT(level, pieces)                                                                               \
+    D_Print(D_CallSite_c{__FILE__, __LINE__, kxTraceClass, level},                                           \
+            [&](D_Line_c& kxLine) { kxLine << pieces; })
