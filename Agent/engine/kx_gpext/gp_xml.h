@@ -1,0 +1,93 @@
+#pragma once
+
+#include "Agent/engine/kx_gpext/gpo_index.h"
+#include "Agent/engine/kx_gpext/kx_gpo.h"
+#include "Common_CPP/atl/kx_atl.h"
+#include "Common_CPP/xml/xml_document.h"
+
+#include <array>
+
+struct IWbemServices;
+
+/// Turns one processing pass of the engine into one document for the agent: reads each changed GPO's policy
+/// files under the user's identity and merges them in one global order. One object a call.
+///
+/// As an access token it holds the user's handle, which stays the caller's.
+class CkxGpXml : public CAccessToken {
+  public:
+    /// `services` is where the results would be logged; null for no logging. What fails is traced; whether
+    /// the object can be used is told by IsInitialized().
+    CkxGpXml(HANDLE token, DWORD flags, IWbemServices* services, HKEY keyRoot,
+             PFNSTATUSMESSAGECALLBACK statusCallback);
+    ~CkxGpXml() override;
+
+    /// True when both documents' parts, the token and its user are there.
+    [[nodiscard]] bool IsInitialized() const;
+
+    /// The Group Policy pass over the engine's lists. `*abort` is polled before each GPO. Returns 0, 995
+    /// after an abort, or 1465 when the object is not initialised. `rsopStatus` is the logging's outcome.
+    [[nodiscard]] DWORD Process(PGROUP_POLICY_OBJECTW deleted, PGROUP_POLICY_OBJECTW changed,
+                                const BOOL* abort, DWORD& rsopStatus);
+
+    /// One changed GPO. False when nothing of it could be used.
+    bool OnGPO(CkxKxGroupPolicyObject& gpo);
+
+    /// Writes the document into a file of its own in the trace folder.
+    void Dump() const;
+
+    /// The document's text; false, traced, when it cannot be had whole.
+    [[nodiscard]] bool SaveToString(CString& xml) const;
+
+  private:
+    /// The thread works with the user's identity while this lives. The trace library opens no file
+    /// meanwhile: the user's own drive letters must not decide which one a service writes to.
+    class CkxImpersonateAndRevert;
+
+    struct LoadedFile {
+        CkxXMLNode root; ///< empty when the file is absent
+        int version = 0;
+    };
+
+    using LoadedFiles = std::array<LoadedFile, kx::kPolicyFileCount>;
+
+    static LoadedFile& Slot(LoadedFiles& files, kx::PolicyFile file)
+    {
+        return files[static_cast<std::size_t>(file)];
+    }
+
+    bool _Initialize();
+    [[nodiscard]] bool _AddRoot();
+    void _SetRootAttributes();
+
+    [[nodiscard]] bool _IsMachineScope() const { return (_m_flags & GPO_INFO_FLAG_MACHINE) != 0; }
+
+    void _ProcessDeleted(PGROUP_POLICY_OBJECTW first, const BOOL* abort);
+    void _ProcessChanged(PGROUP_POLICY_OBJECTW first, const BOOL* abort);
+    bool _OnDeletedGPO(const CkxKxGroupPolicyObject& gpo);
+    [[nodiscard]] bool _FindChangedGPOElement(const CkxKxGroupPolicyObject& gpo, CkxXMLNode& element) const;
+    [[nodiscard]] bool _AddGPOElement(const CkxKxGroupPolicyObject& gpo, const CkxXMLNode& parent,
+                                      CkxXMLNode& element);
+
+    [[nodiscard]] bool _ImpersonateAndLoad(CkxKxGroupPolicyObject& gpo, LoadedFiles& files);
+    [[nodiscard]] bool _LoadFiles(CkxKxGroupPolicyObject& gpo, const CString& folder, LoadedFiles& files);
+    [[nodiscard]] HRESULT _LoadXmlFile(const CString& path, const CString& shownPath, LoadedFile& file) const;
+
+    [[nodiscard]] bool _ProcessGPOPolicies(const CkxKxGroupPolicyObject& gpo, LoadedFiles& files,
+                                           const CkxXMLNode& gpoElement);
+    [[nodiscard]] bool _MergePolicies(const CkxKxGroupPolicyObject& gpo, const CkxXMLNode& root,
+                                      const CkxXMLNode& policies);
+    [[nodiscard]] bool _SetGpoPolicyOrder(const CkxKxGroupPolicyObject& gpo, const CkxXMLNode& policy) const;
+
+    CSid _m_userSid;
+    HKEY _m_keyRoot;
+    CString _m_userName;
+    DWORD _m_flags;
+    bool _m_appended = false;
+    PFNSTATUSMESSAGECALLBACK _m_statusCallback;
+    int _m_changedCount = 0;
+    CkxXMLDocumentFactory _m_factory; ///< obtained with the service's own identity
+    CkxXMLDocument _m_xmldocGPUpdate;
+    CkxXMLNode _m_changedGPOs;
+    CkxXMLNode _m_deletedGPOs;
+    kx::GpoIndex<CkxXMLNode> _m_gpoElements; ///< the elements under ChangedGPOs, by GUID name
+};

@@ -1,0 +1,85 @@
+#include "Agent/engine/kx_gpext/gp_xml.h"
+#include "Agent/engine/kx_gpext/impersonation.h"
+#include "Agent/engine/kx_gpext/stable_folder.h"
+#include "Common_CPP/trace/trace.h"
+
+KXT_CLASS("CkxGpXml");
+
+namespace {
+
+constexpr int kVersionOfAbsentFile = 5;
+
+// A migration command hides the others; those are read in this order.
+constexpr kx::PolicyFile kPolicyFiles[] = {kx::PolicyFile::Policies, kx::PolicyFile::ApplicationGroups,
+                                           kx::PolicyFile::Tokens, kx::PolicyFile::RestrictionRules,
+                                           kx::PolicyFile::Gui};
+
+bool IsAbsent(DWORD error)
+{
+    return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND;
+}
+
+} // namespace
+
+bool CkxGpXml::_ImpersonateAndLoad(CkxKxGroupPolicyObject& gpo, LoadedFiles& files)
+{
+    KXT_SCOPE("_ImpersonateAndLoad");
+    if (gpo.Folder().IsEmpty()) { // a relative path would be read from wherever the service stands
+        KXT_OUT(KXT_ERROR, "ERROR: The GPO has no folder path: " << gpo);
+        return false;
+    }
+    const CString folder = StableFolder(gpo.Folder());
+    const CkxImpersonateAndRevert user(*this);
+    if (!user.IsReady()) {
+        KXT_OUT(KXT_ERROR, "ERROR: The policy files are not read without the user's identity. GPO " << gpo);
+        return false;
+    }
+    return _LoadFiles(gpo, folder, files);
+}
+
+bool CkxGpXml::_LoadFiles(CkxKxGroupPolicyObject& gpo, const CString& folder, LoadedFiles& files)
+{
+    const auto load = [&](kx::PolicyFile file) {
+        return _LoadXmlFile(gpo.FilePathIn(folder, file), gpo.FilePath(file), Slot(files, file));
+    };
+    if (load(kx::PolicyFile::Migration) == S_OK)
+        return true;
+    for (const kx::PolicyFile file : kPolicyFiles) {
+        if (FAILED(load(file))) {
+            KXT_OUT(KXT_ERROR, "ERROR: Failed to load the policy files of GPO " << gpo);
+            return false;
+        }
+    }
+    gpo.ReadPoliciesFileTime(folder);
+    gpo.DumpFilePaths();
+    return true;
+}
+
+HRESULT CkxGpXml::_LoadXmlFile(const CString& path, const CString& shownPath, LoadedFile& file) const
+{
+    CkxXMLDocument document(_m_factory);
+    DWORD readError = ERROR_SUCCESS;
+    if (!document.LoadFromFile(path, &readError)) {
+        if (IsAbsent(readError)) {
+            file.version = kVersionOfAbsentFile;
+            return S_FALSE;
+        }
+        KXT_OUT(KXT_ERROR, "ERROR: Failed to load XML from file [" << shownPath << "]");
+        KXT_OUT(KXT_ERROR, "ERROR: The file was not accepted: " << document.LoadError().Text());
+        return E_FAIL;
+    }
+    CkxXMLNode root;
+    if (!document.GetRootElement(root)) {
+        KXT_OUT(KXT_ERROR, "ERROR: Failed to get root element. Path=[" << shownPath << "]");
+        return E_FAIL;
+    }
+    if (!root.GetAttribute(L"version", file.version)) {
+        CString name;
+        (void)root.GetNodeName(name);
+        KXT_OUT(KXT_ERROR, "ERROR: Failed to get version attribute from root element <" << name << ">. Path=["
+                                                                                        << shownPath << "]");
+        return E_FAIL;
+    }
+    file.root = root;
+    return S_OK;
+}

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <algorithm>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+
+namespace kx {
+
+/// What was added to the document under a GPO's name. Names are compared without regard to the case of
+/// A to Z; finding one costs the same however many there are.
+template <class Value>
+class GpoIndex {
+  public:
+    /// The first value added under `name`, or null.
+    [[nodiscard]] const Value* Find(std::wstring_view name) const
+    {
+        const auto found = _m_values.find(Folded(name));
+        return found == _m_values.end() ? nullptr : &found->second;
+    }
+
+    /// Keeps the value that the name has already, if any.
+    void Add(std::wstring_view name, const Value& value) { _m_values.try_emplace(Folded(name), value); }
+
+  private:
+    static std::wstring Folded(std::wstring_view name)
+    {
+        std::wstring folded(name);
+        std::transform(folded.begin(), folded.end(), folded.begin(), [](wchar_t character) {
+            const bool upper = character >= L'A' && character <= L'Z';
+            return upper ? static_cast<wchar_t>(character - L'A' + L'a') : character;
+        });
+        return folded;
+    }
+
+    std::unordered_map<std::wstring, Value> _m_values;
+};
+
+} // namespace kx
