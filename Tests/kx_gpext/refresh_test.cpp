@@ -1,0 +1,281 @@
+// Whole refreshes from outside: the shipped module, a real pipe, documents compared by meaning.
+
+#include "Tests/support/refresh_fixture.h"
+#include "Tests/support/xml_meaning.h"
+
+#include <gmock/gmock.h>
+
+#include <regex>
+#include <thread>
+
+namespace {
+
+using testing::HasSubstr;
+using testing::Not;
+
+constexpr DWORD kUser = 0;
+constexpr DWORD kMachine = GPO_INFO_FLAG_MACHINE;
+
+class WholeRefresh : public RefreshFixture {
+  protected:
+    // The root's attributes that depend on the account are left out.
+    std::string ReceivedWithoutAccount()
+    {
+        return std::regex_replace(ReceivedMeaning(), std::regex(" (SID|user)=\"[^\"]*\""), "");
+    }
+
+    // The `order` attributes of the document, in its order.
+    std::string ReceivedOrders()
+    {
+        const std::string meaning = ReceivedMeaning();
+        std::string orders;
+        const std::regex order("Policy .*order=\"([^\"]*)\"");
+        for (std::sregex_iterator found(meaning.begin(), meaning.end(), order), end; found != end; ++found)
+            orders += (orders.empty() ? "" : " ") + (*found)[1].str();
+        return orders;
+    }
+};
+
+TEST_F(WholeRefresh, EmptyListsGiveAnEmptyDocument)
+{
+    EXPECT_EQ(Refresh(kMachine | GPO_INFO_FLAG_FORCED_REFRESH), 0U);
+    const std::string meaning = ReceivedMeaning();
+    EXPECT_THAT(meaning, HasSubstr(" forced=\"true\" user=\""));
+    EXPECT_THAT(meaning, HasSubstr("userScope=\"false\" version=\"2\""));
+    EXPECT_THAT(meaning, HasSubstr("SID=\"S-1-5-"));
+    EXPECT_THAT(meaning, HasSubstr("  ChangedGPOs\n  DeletedGPOs\n"));
+    EXPECT_THAT(Trace(), HasSubstr("INFO: GP update sent to agent."));
+    EXPECT_TRUE(_m_agent.TakeAnnouncement());
+}
+
+TEST_F(WholeRefresh, ListsBecomeElementsInOrder)
+{
+    CkxListedGpo deleted;
+    deleted.name = kGpoC;
+    deleted.displayName = L"Gone & <forgotten>";
+    _m_deleted.Add(deleted);
+    _m_changed.Add(MakeGpo(kGpoB, {"1"}));
+    CkxListedGpo again = MakeGpo(kGpoB, {"1"});
+    again.name[again.name.size() - 2] = L'b'; // the same GPO, spelt in lower case
+    _m_changed.Add(again);
+    CkxListedGpo empty;
+    empty.name = kGpoA;
+    empty.folder = _m_folder.Path() + L"\\nothing";
+    _m_changed.Add(empty);
+    EXPECT_EQ(Refresh(kUser), 0U);
+    EXPECT_EQ(
+        ReceivedWithoutAccount(),
+        XmlMeaning(L"<GPUpdate userScope='true' forced='false' version='2'><ChangedGPOs>"
+                   L"<GPO name='{00000000-0000-0000-0000-00000000000B}' displayName='GPO B' precedence='1'>"
+                   L"<Policies version='5'><Policy name='p' order='200001'/></Policies></GPO>"
+                   L"<GPO name='{00000000-0000-0000-0000-00000000000A}' displayName='' precedence='3'>"
+                   L"<Policies version='5'/></GPO></ChangedGPOs>"
+                   L"<DeletedGPOs><GPO name='{00000000-0000-0000-0000-00000000000C}' "
+                   L"displayName='Gone &amp; &lt;forgotten>' precedence='0'/></DeletedGPOs></GPUpdate>"));
+}
+
+TEST_F(WholeRefresh, OrdersRunOverAllGposAndScopes)
+{
+    const struct {
+        const char* why;
+        DWORD flags;
+        std::vector<std::vector<std::string>> gpos;
+        const char* orders;
+    } rows[] = {
+        {"the first GPO gets the highest band", kUser, {{"7"}, {"7"}, {"7"}}, "200007 100007 7"},
+        {"machine policies stand above", kMachine, {{"7"}, {"8", "9"}}, "1000100007 1000000008 1000000009"},
+        {"no order, or no plain number",
+         kMachine,
+         {{"", "12x", "7 ", " -3"}},
+         "1500000000 1500000000 1500000000 999999997"},
+        {"sums wrap", kMachine, {{"2147483647"}}, "-1147483649"},
+    };
+
+    constexpr const wchar_t* names[] = {kGpoA, kGpoB, kGpoC};
+    for (const auto& row : rows) {
+        for (std::size_t i = 0; i < row.gpos.size(); ++i)
+            _m_changed.Add(MakeGpo(names[i], row.gpos[i]));
+        EXPECT_EQ(Refresh(row.flags), 0U) << row.why;
+        EXPECT_EQ(ReceivedOrders(), row.orders) << row.why;
+    }
+    EXPECT_THAT(Trace(), HasSubstr("ERROR: Policy in GPO [GPO A] is missing 'order' attribute."));
+}
+
+TEST_F(WholeRefresh, OtherFilesFollowThePoliciesWhole)
+{
+    CkxListedGpo gpo = MakeGpo(kGpoA, {"1"});
+    WritePolicyFile(kGpoA, L"GUI.xml", "<GUI version='5'><Text id='1'>Ask the helpdesk</Text></GUI>");
+    WritePolicyFile(kGpoA, L"RestrictionRules.xml",
+                    "<RestrictionRules version='77'><Rule/></RestrictionRules>");
+    WritePolicyFile(kGpoA, L"Tokens.xml", "<Tokens version='5' extra='kept'/>");
+    WritePolicyFile(kGpoA, L"ApplicationGroups.xml",
+                    "<?xml version='1.0' encoding='utf-8'?>\r\n<ApplicationGroups version='5'>"
+                    "<ApplicationGroup id='1' name='K\xC3\xA4se \xF0\x9F\xA7\x80'/></ApplicationGroups>");
+    _m_changed.Add(gpo);
+    EXPECT_EQ(Refresh(kUser), 0U);
+    EXPECT_THAT(
+        ReceivedMeaning(),
+        HasSubstr(
+            "      Policies version=\"5\"\n"
+            "        Policy name=\"p\" order=\"1\"\n"
+            "        ApplicationGroups version=\"5\"\n"
+            "          ApplicationGroup id=\"1\" name=\"K\xC3\xA4se \xF0\x9F\xA7\x80\"\n"
+            "        Tokens extra=\"kept\" version=\"5\"\n"
+            "        RestrictionRules version=\"77\"\n          Rule\n"
+            "        GUI version=\"5\"\n          Text id=\"1\"\n            text: Ask the helpdesk\n"));
+}
+
+// Each row damages the middle GPO of three; the others must arrive as if nothing was wrong.
+TEST_F(WholeRefresh, AFaultyGpoHarmsNoOther)
+{
+    const struct {
+        const char* why;
+        const wchar_t* file;
+        const char* text;
+        const char* trace;
+        bool emptyGpo; // keeps an element without content
+    } rows[] = {
+        {"not well-formed", L"Policies.xml", "<GpoPolicies version='5'><Policy>",
+         "ERROR: Failed to load XML from file [", true},
+        {"empty file", L"Tokens.xml", "", "ERROR: Failed to load XML from file [", true},
+        {"wrong version", L"Policies.xml", "<GpoPolicies version='4'><Policy order='1'/></GpoPolicies>",
+         "ERROR: Unsupported version found in XML. Versions: 4, 5, 5, 5. GPO GPO B - {", true},
+        {"wrong version of another file", L"GUI.xml", "<GUI version='6'/>", "Versions: 5, 5, 5, 6. GPO GPO B",
+         true},
+        {"no version", L"ApplicationGroups.xml", "<ApplicationGroups/>",
+         "ERROR: Failed to get version attribute from root element <ApplicationGroups>. Path=[", true},
+        {"version with letters", L"GUI.xml", "<GUI version='5a'/>", "root element <GUI>. Path=[", true},
+        {"document type declaration", L"GUI.xml",
+         "<!DOCTYPE GUI [<!ENTITY e 'x'>]><GUI version='5'>&e;</GUI>",
+         "a document type declaration is not allowed", true},
+        {"outside entity", L"GUI.xml", "<!DOCTYPE GUI SYSTEM 'file:///c:/windows/win.ini'><GUI version='5'/>",
+         "a document type declaration is not allowed", true},
+    };
+
+    for (const auto& row : rows) {
+        _m_changed.Add(MakeGpo(kGpoA, {"1"}));
+        CkxListedGpo faulty = MakeGpo(kGpoB, {"1"});
+        const std::wstring path = WritePolicyFile(kGpoB, row.file, row.text) + L"\\" +
+                                  L"{5B3E7C21-9D4A-4E86-A1F2-7C09D3B6E54A}\\" + row.file;
+        _m_changed.Add(faulty);
+        _m_changed.Add(MakeGpo(kGpoC, {"1"}));
+        EXPECT_EQ(Refresh(kUser), 0U) << row.why;
+        EXPECT_EQ(ReceivedOrders(), "200001 1") << row.why;
+        EXPECT_THAT(Trace(), HasSubstr(row.trace)) << row.why;
+        ::DeleteFileW(path.c_str());
+    }
+}
+
+TEST_F(WholeRefresh, AFolderInPlaceOfAFileIsAFailedLoad)
+{
+    CkxListedGpo gpo = MakeGpo(kGpoA, {"1"});
+    const std::wstring tokens = gpo.folder + L"\\{5B3E7C21-9D4A-4E86-A1F2-7C09D3B6E54A}\\Tokens.xml";
+    ASSERT_TRUE(::CreateDirectoryW(tokens.c_str(), nullptr));
+    _m_changed.Add(gpo);
+    EXPECT_EQ(Refresh(kUser), 0U);
+    EXPECT_EQ(ReceivedOrders(), "");
+    EXPECT_THAT(Trace(), HasSubstr("ERROR: Failed to load the policy files of GPO GPO A - "));
+}
+
+TEST_F(WholeRefresh, TextThatNoParserReadsIsReplaced)
+{
+    CkxListedGpo gpo = MakeGpo(kGpoA, {});
+    gpo.displayName = std::wstring(L"a\x01") + wchar_t(0xD800) + L"b\xFFFE" + L"\xD83E\xDDC0";
+    _m_changed.Add(gpo);
+    EXPECT_EQ(Refresh(kUser), 0U);
+    EXPECT_THAT(ReceivedMeaning(), HasSubstr("displayName=\"a\xEF\xBF\xBD\xEF\xBF\xBD"
+                                             "b\xEF\xBF\xBD\xF0\x9F\xA7\x80\""));
+    EXPECT_THAT(Trace(), HasSubstr("Display Name: ???unconvertable UNICODE string???"));
+}
+
+TEST_F(WholeRefresh, DamagedListsNeitherHangNorCrash)
+{
+    _m_changed.Add(MakeGpo(kGpoA, {"1"}));
+    GROUP_POLICY_OBJECTW& nameless = _m_changed.Add(MakeGpo(kGpoB, {"1"}));
+    nameless.szGPOName[0] = L'\0';
+    nameless.lpLink = nullptr;
+    GROUP_POLICY_OBJECTW& homeless = _m_changed.Add(MakeGpo(kGpoC, {"1"}));
+    homeless.lpFileSysPath = nullptr;
+    homeless.lpDisplayName = nullptr;
+    homeless.pNext = _m_changed.Head();
+    EXPECT_EQ(Refresh(kUser), 0U);
+    const std::string meaning = ReceivedMeaning();
+    EXPECT_THAT(meaning, HasSubstr("order=\"200001\"")); // the nameless entry counts for precedence
+    EXPECT_THAT(meaning, HasSubstr("GPO displayName=\"\" name=\"{00000000-0000-0000-0000-00000000000C}\" "
+                                   "precedence=\"3\"\n  DeletedGPOs"));
+    EXPECT_THAT(meaning, Not(HasSubstr("precedence=\"2\"")));
+    EXPECT_THAT(Trace(), HasSubstr("ERROR: The GPO list runs into itself after 3 entries."));
+    EXPECT_THAT(Trace(), HasSubstr("INFO:      Link        : <NULL>"));
+}
+
+TEST_F(WholeRefresh, AbortSendsNothing)
+{
+    _m_abort = TRUE;
+    _m_changed.Add(MakeGpo(kGpoA, {"1"}));
+    EXPECT_EQ(Refresh(kMachine), static_cast<DWORD>(ERROR_OPERATION_ABORTED));
+    EXPECT_FALSE(_m_agent.WaitForMessage(0));
+    _m_abortPointer = nullptr; // means: never abort
+    EXPECT_EQ(Refresh(kMachine), 0U);
+    EXPECT_EQ(_m_rsopStatus, 0x1234567) << "the engine's status is not ours to write";
+}
+
+TEST_F(WholeRefresh, AnUnusableTokenOrThreadEndsBeforeAnythingIsSent)
+{
+    const CkxHandle good = std::exchange(_m_token, CkxHandle());
+    EXPECT_EQ(Refresh(kUser), static_cast<DWORD>(ERROR_XML_PARSE_ERROR));
+    EXPECT_THAT(Trace(), HasSubstr("ERROR: Failed to get user SID. Error: "));
+    ::CoUninitialize();
+    EXPECT_EQ(Refresh(kUser), static_cast<DWORD>(ERROR_XML_PARSE_ERROR)) << "a thread without COM";
+    EXPECT_THAT(Trace(),
+                HasSubstr("ERROR: CoCreateInstance(FreeThreadedDOMDocument30) failed. hr=-2147221008"));
+    EXPECT_FALSE(_m_agent.WaitForMessage(0));
+    EXPECT_GE(::CoInitializeEx(nullptr, COINIT_MULTITHREADED), 0);
+}
+
+TEST_F(WholeRefresh, StatusLinesReachTheEngineWithoutTheirPrefix)
+{
+    static std::vector<std::pair<BOOL, std::wstring>> lines;
+    lines.clear();
+    _m_statusCallback = [](BOOL verbose, LPWSTR text) -> DWORD {
+        lines.emplace_back(verbose, text);
+        return 0;
+    };
+    EXPECT_EQ(Refresh(kUser), 0U);
+    ASSERT_EQ(lines.size(), 1U);
+    EXPECT_EQ(lines[0].first, FALSE);
+    EXPECT_EQ(lines[0].second.substr(0, 6), L"User: ");
+    EXPECT_THAT(Trace(), HasSubstr("INFO: User: "));
+}
+
+TEST_F(WholeRefresh, MachineAndUserAtOnceShareTheAgent)
+{
+    constexpr int rounds = 20;
+    const CkxListedGpo gpo = MakeGpo(kGpoA, {"1"});
+    const auto run = [&](DWORD flags) {
+        ASSERT_GE(::CoInitializeEx(nullptr, COINIT_MULTITHREADED), 0);
+        for (int round = 0; round < rounds; ++round) {
+            CkxEngineList changed;
+            changed.Add(gpo);
+            EXPECT_EQ(_m_extension.ProcessGroupPolicyEx()(flags, _m_token.Get(), nullptr, nullptr,
+                                                          changed.Head(), 0, nullptr, nullptr, nullptr,
+                                                          nullptr),
+                      0U);
+        }
+        ::CoUninitialize();
+    };
+    std::thread machine(run, kMachine);
+    std::thread user(run, kUser);
+    machine.join();
+    user.join();
+    int sums[2] = {};
+    for (int message = 0; message < 2 * rounds; ++message) {
+        const std::string orders = ReceivedOrders();
+        ASSERT_NE(orders, "") << "message " << message << " is missing";
+        sums[0] += orders == "1000000001";
+        sums[1] += orders == "1";
+    }
+    EXPECT_EQ(sums[0], rounds);
+    EXPECT_EQ(sums[1], rounds);
+}
+
+} // namespace

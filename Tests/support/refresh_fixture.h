@@ -1,0 +1,52 @@
+#pragma once
+
+#include "Tests/support/temp_folder.h"
+#include "Tools/host/agent_listener.h"
+#include "Tools/host/engine_lists.h"
+#include "Tools/host/extension_module.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+/// Runs the shipped extension from a folder of its own, as the engine would, with an agent that listens.
+/// REQUIRES: nothing else on the machine plays the agent.
+class RefreshFixture : public testing::Test {
+  protected:
+    void SetUp() override;
+    void TearDown() override;
+
+    /// Puts a GPO's policy file under the work folder; returns the folder to list the GPO with.
+    std::wstring WritePolicyFile(const std::wstring& gpo, const std::wstring& file,
+                                 std::string_view text) const;
+
+    /// A GPO whose only file is Policies.xml, with one policy for each order text; "" stands for none.
+    CkxListedGpo MakeGpo(const std::wstring& name, const std::vector<std::string>& orders) const;
+
+    /// One call of the engine with what is set below. The lists are then empty again.
+    DWORD Refresh(DWORD flags);
+
+    /// What the agent received last, by meaning; a text that says so when it received nothing whole.
+    std::string ReceivedMeaning();
+    std::wstring ReceivedDocument();
+
+    /// The trace file's text so far.
+    [[nodiscard]] std::string Trace() const;
+
+    TempFolder _m_folder; ///< the module's folder; its "gpos" folder holds the test's GPOs
+    CkxExtensionModule _m_extension;
+    CkxAgentListener _m_agent;
+    CkxEngineList _m_deleted;
+    CkxEngineList _m_changed;
+    CkxHandle _m_token;
+    BOOL _m_abort = FALSE;
+    BOOL* _m_abortPointer = &_m_abort;
+    HRESULT _m_rsopStatus = 0x1234567;
+    PFNSTATUSMESSAGECALLBACK _m_statusCallback = nullptr;
+};
+
+/// The names (GUIDs) that the tests' GPOs go by.
+inline constexpr const wchar_t* kGpoA = L"{00000000-0000-0000-0000-00000000000A}";
+inline constexpr const wchar_t* kGpoB = L"{00000000-0000-0000-0000-00000000000B}";
+inline constexpr const wchar_t* kGpoC = L"{00000000-0000-0000-0000-00000000000C}";

@@ -1,0 +1,137 @@
+#include "Common_CPP/util/unique_handle.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace {
+
+constexpr DWORD c_magicError = 0x12345678;
+
+/// A resource that is a number; closing it is recorded and, like many system calls, changes the last error.
+struct RecordingTraits {
+    using Value = int;
+
+    static inline std::vector<int> closed;
+
+    static Value Empty() noexcept { return -1; }
+
+    static void Close(Value value)
+    {
+        closed.push_back(value);
+        ::SetLastError(ERROR_INVALID_HANDLE);
+    }
+};
+
+using Owner = CkxUniqueHandle<RecordingTraits>;
+
+/// Something done to an owner of 1, what it holds then, and what was closed on the way.
+struct Operation {
+    const char* name;
+    void (*run)(Owner& owner);
+    int held;
+    std::vector<int> closed;
+};
+
+class UniqueHandleOperation : public ::testing::TestWithParam<Operation> {};
+
+const Operation c_operations[] = {
+    {"Nothing", [](Owner&) {}, 1, {}},
+    {"Release", [](Owner& owner) { EXPECT_EQ(owner.Release(), 1); }, -1, {}},
+    {"Reset", [](Owner& owner) { owner.Reset(); }, -1, {1}},
+    {"ResetTwice", [](Owner& owner) { (owner.Reset(), owner.Reset()); }, -1, {1}},
+    {"ResetToAnother", [](Owner& owner) { owner.Reset(2); }, 2, {1}},
+    {"ResetToItself", [](Owner& owner) { owner.Reset(1); }, 1, {}},
+    {"Put", [](Owner& owner) { *owner.Put() = 2; }, 2, {1}},
+    {"MoveFrom", [](Owner& owner) { const Owner to(std::move(owner)); }, -1, {1}},
+    {"MoveAssignFrom", [](Owner& owner) { Owner(2) = std::move(owner); }, -1, {2, 1}},
+    {"MoveAssignTo", [](Owner& owner) { owner = Owner(2); }, 2, {1}},
+    {"MoveAssignEmpty", [](Owner& owner) { owner = Owner(); }, -1, {1}},
+    {"MoveAssignItself", [](Owner& owner) { owner = std::move(static_cast<Owner&>(owner)); }, 1, {}},
+};
+
+TEST_P(UniqueHandleOperation, ClosesOnceAndKeepsTheLastError)
+{
+    RecordingTraits::closed.clear();
+    std::vector<int> closed;
+    ::SetLastError(c_magicError);
+    {
+        Owner owner(1);
+        GetParam().run(owner);
+        EXPECT_EQ(owner.Get(), GetParam().held);
+        EXPECT_EQ(static_cast<bool>(owner), GetParam().held != -1);
+        closed = RecordingTraits::closed;
+    }
+    const DWORD error = ::GetLastError();
+    EXPECT_EQ(error, c_magicError);
+    EXPECT_EQ(closed, GetParam().closed);
+    if (GetParam().held != -1)
+        closed.push_back(GetParam().held);
+    EXPECT_EQ(RecordingTraits::closed, closed) << "after destruction";
+}
+
+INSTANTIATE_TEST_SUITE_P(All, UniqueHandleOperation, ::testing::ValuesIn(c_operations),
+                         [](const auto& row) { return std::string(row.param.name); });
+
+bool IsOpen(HANDLE handle)
+{
+    DWORD flags = 0;
+    return ::GetHandleInformation(handle, &flags) != FALSE;
+}
+
+HANDLE OpenSelf()
+{
+    wchar_t path[MAX_PATH];
+    ::GetModuleFileNameW(nullptr, path, MAX_PATH);
+    return ::CreateFileW(path, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
+}
+
+} // namespace
+
+TEST(UniqueHandleTest, KernelObjectsAndFilesAreClosed)
+{
+    CkxHandle event(::CreateEventW(nullptr, TRUE, FALSE, nullptr));
+    CkxFileHandle file(OpenSelf());
+    const HANDLE raw[] = {event.Get(), file.Get()};
+    ASSERT_TRUE(event && file && IsOpen(raw[0]) && IsOpen(raw[1]));
+    event.Reset();
+    file.Reset();
+    EXPECT_TRUE(!IsOpen(raw[0]) && !IsOpen(raw[1]));
+    EXPECT_EQ(file.Get(), INVALID_HANDLE_VALUE);
+    EXPECT_EQ(event.Get(), nullptr);
+}
+
+TEST(UniqueHandleTest, KeysAndModulesAreClosed)
+{
+    CkxRegKeyHandle key;
+    ASSERT_EQ(::RegOpenKeyExW(HKEY_CURRENT_USER, L"Software", 0, KEY_READ, key.Put()), ERROR_SUCCESS);
+    const HKEY rawKey = key.Get();
+    key.Reset();
+    EXPECT_EQ(::RegQueryInfoKeyW(rawKey, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                                 nullptr, nullptr, nullptr, nullptr),
+              ERROR_INVALID_HANDLE);
+
+    ASSERT_EQ(::GetModuleHandleW(L"cabinet.dll"), nullptr);
+    CkxModule module(::LoadLibraryW(L"cabinet.dll"));
+    ASSERT_TRUE(module);
+    module.Reset();
+    EXPECT_EQ(::GetModuleHandleW(L"cabinet.dll"), nullptr);
+}
+
+TEST(UniqueHandleTest, SearchesAndMemoryAreFreed)
+{
+    WIN32_FIND_DATAW found;
+    CkxFindHandle search(::FindFirstFileW(L"C:\\windows\\*", &found));
+    ASSERT_TRUE(search);
+    const HANDLE rawSearch = search.Get();
+    search.Reset();
+    EXPECT_FALSE(::FindNextFileW(rawSearch, &found));
+
+    const HLOCAL movable = ::LocalAlloc(LMEM_MOVEABLE, 16);
+    ASSERT_NE(movable, nullptr);
+    CkxLocalMemory<void> memory(movable);
+    memory.Reset();
+    EXPECT_EQ(::LocalSize(movable), 0u);
+}
