@@ -1,0 +1,269 @@
+#include "Common_CPP/util/unique_handle.h"
+#include "Tests/xml/xml_fixture.h"
+
+#include <atomic>
+#include <thread>
+#include <vector>
+
+using namespace std::string_literals;
+
+namespace {
+
+class XmlDocumentTest : public XmlTest {
+  protected:
+    /// Writes a file of exactly these bytes and returns its path.
+    CString File(const wchar_t* name, const std::string& bytes) const
+    {
+        const CString path = Path(name);
+        const CkxFileHandle file(::CreateFileW(path, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr));
+        DWORD written = 0;
+        EXPECT_TRUE(
+            ::WriteFile(file.Get(), bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr));
+        return path;
+    }
+
+    static std::string Utf16(const std::wstring& text)
+    {
+        return {reinterpret_cast<const char*>(text.data()), text.size() * sizeof(wchar_t)};
+    }
+
+    static std::string Nested(int depth)
+    {
+        std::string text;
+        for (int i = 0; i < depth; ++i)
+            text += "<a>";
+        for (int i = 0; i < depth; ++i)
+            text += "</a>";
+        return text;
+    }
+
+    CkxXMLDocument document;
+};
+
+} // namespace
+
+TEST_F(XmlDocumentTest, FilesInEveryEncodingAndShape)
+{
+    const std::string umlaut = "<a>\xC3\xA4\xF0\x9F\x98\x80</a>";
+    const std::wstring wide = L"<a>\xE4\xD83D\xDE00</a>";
+
+    const struct {
+        const char* name;
+        std::string bytes;
+        bool loads;
+        const wchar_t* text;
+    } rows[] = {
+        {"UTF-8", umlaut, true, L"\xE4\xD83D\xDE00"},
+        {"UTF-8 with mark", "\xEF\xBB\xBF" + umlaut, true, L"\xE4\xD83D\xDE00"},
+        {"UTF-8 declared", "<?xml version='1.0' encoding='utf-8'?>" + umlaut, true, L"\xE4\xD83D\xDE00"},
+        {"UTF-16 with mark", Utf16(L"\xFEFF" + wide), true, L"\xE4\xD83D\xDE00"},
+        {"UTF-16 declared", Utf16(L"\xFEFF<?xml version='1.0' encoding='utf-16'?>" + wide), true,
+         L"\xE4\xD83D\xDE00"},
+        {"Latin 1 declared", "<?xml version='1.0' encoding='iso-8859-1'?><a>\xE4</a>", true, L"\xE4"},
+        {"unknown encoding", "<?xml version='1.0' encoding='nonsense'?><a>x</a>", false, L""},
+        {"not UTF-8", "<a>\xE4</a>", false, L""},
+        {"empty", "", false, L""},
+        {"only a mark", "\xEF\xBB\xBF", false, L""},
+        {"blanks before the declaration", " <?xml version='1.0'?><a/>", false, L""},
+        {"truncated in a tag", "<a><b", false, L""},
+        {"truncated between tags", "<a><b></b>", false, L""},
+        {"two roots", "<a/><b/>", false, L""},
+        {"no XML", "MZ\x90\0\3"s, false, L""},
+        {"NUL inside", "<a>\0</a>"s, false, L""},
+        {"undeclared entity", "<a>&e;</a>", false, L""},
+        {"256 deep", Nested(250), true, L""},
+        {"far too deep", Nested(2000), false, L""},
+    };
+
+    for (const auto& row : rows) {
+        ASSERT_TRUE(document.Load(L"<before/>"));
+        DWORD error = 77;
+        EXPECT_EQ(document.LoadFromFile(File(L"file.xml", row.bytes), &error), row.loads) << row.name;
+        EXPECT_EQ(error, 0U) << row.name;
+        EXPECT_EQ(document.IsEmpty(), !row.loads) << row.name << ": what was there before is gone";
+        EXPECT_EQ(document.LoadError().reason.IsEmpty(), row.loads) << row.name;
+        if (row.loads) {
+            EXPECT_EQ(Text(RootOf(document)), row.text) << row.name;
+        }
+    }
+}
+
+TEST_F(XmlDocumentTest, DocumentTypesAreRefused)
+{
+    const CString outside = File(L"outside.txt", "SECRET");
+    const std::wstring url(CString(L"file:///" + outside).GetString());
+    const std::wstring texts[] = {
+        L"<!DOCTYPE a><a/>",
+        L"<!DOCTYPE a [<!ENTITY e 'x'>]><a>&e;</a>",
+        L"<!DOCTYPE a SYSTEM '" + url + L"'><a/>",
+        L"<!DOCTYPE a [<!ENTITY e SYSTEM '" + url + L"'>]><a>&e;</a>",
+        L"<!DOCTYPE a [<!ENTITY % p SYSTEM '" + url + L"'> %p;]><a/>",
+        L"<!DOCTYPE a [<!ENTITY b 'xxxxxxxxxx'><!ENTITY c '&b;&b;&b;&b;&b;&b;&b;&b;&b;&b;'>"
+        L"<!ENTITY d '&c;&c;&c;&c;&c;&c;&c;&c;&c;&c;'><!ENTITY e '&d;&d;&d;&d;&d;&d;&d;&d;&d;&d;'>"
+        L"<!ENTITY f '&e;&e;&e;&e;&e;&e;&e;&e;&e;&e;'>]><a b='&f;'>&f;</a>",
+    };
+    for (const std::wstring& text : texts) {
+        EXPECT_FALSE(document.Load(text.c_str())) << CString(text.c_str()).GetString();
+        EXPECT_TRUE(document.IsEmpty());
+        EXPECT_FALSE(document.LoadError().reason.IsEmpty());
+        EXPECT_EQ(document.LoadError().Text().Find(L"SECRET"), -1);
+        EXPECT_FALSE(document.LoadFromFile(File(L"file.xml", "\xFF\xFE" + Utf16(text))));
+        EXPECT_TRUE(document.IsEmpty());
+    }
+    EXPECT_TRUE(document.Load(L"<a/>")) << "the document can be used again";
+    EXPECT_TRUE(document.LoadError().reason.IsEmpty());
+}
+
+TEST_F(XmlDocumentTest, AbsentAndUnreadableFilesAreToldApart)
+{
+    const CString open = File(L"open.xml", "<a/>");
+    const CkxFileHandle exclusive(::CreateFileW(open, GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr));
+    ASSERT_TRUE(exclusive);
+
+    const struct {
+        const char* name;
+        CString path;
+        DWORD error;
+    } rows[] = {
+        {"no file", Path(L"none.xml"), ERROR_FILE_NOT_FOUND},
+        {"no folder", Path(L"none\\none.xml"), ERROR_PATH_NOT_FOUND},
+        {"a folder", folder, ERROR_ACCESS_DENIED},
+        {"held open by somebody who shares nothing", open, ERROR_SHARING_VIOLATION},
+        {"no path at all", L"", ERROR_PATH_NOT_FOUND},
+    };
+
+    for (const auto& row : rows) {
+        DWORD error = 0;
+        EXPECT_FALSE(document.LoadFromFile(row.path, &error)) << row.name;
+        EXPECT_EQ(error, row.error) << row.name;
+        EXPECT_NE(document.LoadError().Text().Find(L"cannot be read"), -1) << row.name;
+    }
+}
+
+TEST_F(XmlDocumentTest, AnyPathCanBeRead)
+{
+    CString deep = folder;
+    while (deep.GetLength() < 300) {
+        deep += L"\\" + CString(L'd', 60);
+        ::CreateDirectoryW(L"\\\\?\\" + deep, nullptr);
+    }
+    const CString file = File(L"plain %41 &#x41; \x4E2D.xml", "<a/>");
+    ASSERT_TRUE(::CopyFileW(file, L"\\\\?\\" + deep + L"\\f.xml", FALSE));
+    CString slashes = deep + L"\\.\\x\\..\\f.xml";
+    slashes.Replace(L'\\', L'/');
+    for (const CString& path : {file, deep + L"\\f.xml", L"\\\\?\\" + deep + L"\\f.xml", slashes}) {
+        EXPECT_TRUE(document.LoadFromFile(path)) << path.GetString();
+        EXPECT_FALSE(document.IsEmpty());
+    }
+    const CkxFileHandle writer(::CreateFileW(file, GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                                             OPEN_EXISTING, 0, nullptr));
+    ASSERT_TRUE(writer);
+    EXPECT_TRUE(document.LoadFromFile(file)) << "held open for writing";
+}
+
+TEST_F(XmlDocumentTest, WhatIsSavedIsLoadedAgain)
+{
+    const wchar_t* const texts[] = {L"<a b=\"&quot;&lt;&amp;\">\x4E2D\xD83D\xDE00<c><![CDATA[<]]></c></a>",
+                                    L"<?xml version=\"1.0\"?><!--before--><a/><?after p?>", L"<a/>"};
+    const CString path = Path(L"saved \x4E2D %41.xml");
+    for (const wchar_t* const text : texts) {
+        ASSERT_TRUE(document.Load(text));
+        const std::wstring before = Dense(RootOf(document));
+        CString saved;
+        ASSERT_TRUE(document.SaveToString(saved) && document.SaveToFile(path));
+        EXPECT_EQ(saved.Find(L"before") == -1, CString(text).Find(L"before") == -1) << "nothing gets lost";
+        CkxXMLDocument again;
+        ASSERT_TRUE(again.Load(saved));
+        EXPECT_EQ(Dense(RootOf(again)), before);
+        ASSERT_TRUE(again.LoadFromFile(path));
+        EXPECT_EQ(Dense(RootOf(again)), before);
+    }
+    (void)Traced();
+    EXPECT_FALSE(document.SaveToFile(Path(L"none\\saved.xml")));
+    EXPECT_TRUE(TracedOnly("ERROR: save failed. hr=-2147"));
+}
+
+TEST_F(XmlDocumentTest, TheRootIsSetFromElementsOfAnyDocument)
+{
+    EXPECT_TRUE(document.IsEmpty());
+    CkxXMLNode root;
+    ASSERT_TRUE(document.CreateElement(L"r", root) && document.SetRootElement(root));
+    EXPECT_FALSE(document.IsEmpty());
+    CkxXMLDocument other;
+    ASSERT_TRUE(other.Load(L"<o><p>t</p></o>"));
+    const CkxXMLNode p = Child(RootOf(other), L"p");
+    ASSERT_TRUE(document.SetRootElement(p));
+    EXPECT_EQ(Dense(RootOf(document)), L"<p>t</p>");
+    EXPECT_EQ(Dense(RootOf(other)), L"<o/>");
+    ASSERT_TRUE(other.SetRootElement(RootOf(other))) << "itself";
+    EXPECT_EQ(Dense(RootOf(other)), L"<o/>");
+
+    (void)Traced();
+    CkxXMLNode text;
+    ASSERT_TRUE(p.GetFirstChild(NODE_TEXT, text));
+    for (const CkxXMLNode& wrong : {CkxXMLNode(), text, static_cast<const CkxXMLNode&>(other)}) {
+        EXPECT_FALSE(document.SetRootElement(wrong));
+        EXPECT_TRUE(TracedOnly("ERROR: Cannot get IXMLDOMElement"));
+    }
+    EXPECT_EQ(Dense(RootOf(document)), L"<p>t</p>");
+}
+
+TEST_F(XmlDocumentTest, LargeDocumentsLoadAndSaveInLinearTime)
+{
+    std::string text = "<r>";
+    for (int i = 0; i < 50000; ++i)
+        text += "<Policy name='n' order='7'><Targets/></Policy>";
+    const CString path = File(L"large.xml", text + "</r>");
+    const DWORD begin = ::GetTickCount();
+    ASSERT_TRUE(document.LoadFromFile(path));
+    CString saved;
+    ASSERT_TRUE(document.SaveToString(saved));
+    EXPECT_LT(::GetTickCount() - begin, 15000U);
+    int count = 0;
+    CkxXMLNode policy;
+    for (bool more = RootOf(document).GetFirstChild(L"Policy", policy); more;
+         more = policy.GetNextSibling(L"Policy", policy))
+        ++count;
+    EXPECT_EQ(count, 50000);
+
+    EXPECT_TRUE(document.LoadFromFile(File(L"large.xml", "<a>" + std::string(11000000, 'x') + "</a>")));
+    EXPECT_EQ(Text(RootOf(document)).size(), 11000000U);
+}
+
+TEST_F(XmlDocumentTest, DocumentsOfAFactoryAreUsedFromManyThreads)
+{
+    const CkxXMLDocumentFactory factory;
+    std::vector<std::thread> threads;
+    std::atomic<int> good = 0;
+    for (int thread = 0; thread < 4; ++thread)
+        threads.emplace_back([&] {
+            (void)::CoInitializeEx(nullptr, COINIT_MULTITHREADED);
+            for (int round = 0; round < 100; ++round) {
+                CkxXMLDocument own(factory);
+                CkxXMLNode root;
+                CkxXMLNode child;
+                if (own.Load(L"<a><b v='5'/></a>") && own.GetRootElement(root) &&
+                    root.GetFirstChild(L"b", child) && child.SetAttribute(L"v", round) &&
+                    root.AppendChild(child))
+                    ++good;
+            }
+            ::CoUninitialize();
+        });
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(good, 400);
+}
+
+TEST_F(XmlDocumentTest, TextHelpersWorkInPlace)
+{
+    CString text(L"a\x0C\t\xD83D\xDE00");
+    CkxXMLDocument::ReplaceInvalidCharacters(text, L'_');
+    EXPECT_EQ(text, L"a_\t__");
+
+    text = L"<p>1</p><p>2";
+    EXPECT_EQ(CkxXMLDocument::ObfuscateTagText(text, L"p"), 1);
+    EXPECT_EQ(text, L"<p>...</p><p>2");
+    EXPECT_TRUE(TracedOnly("Incorrect XML when replacing tag p"));
+    EXPECT_EQ(CkxXMLDocument::ObfuscateTagText(text, nullptr), 0);
+    EXPECT_EQ(Traced(), "");
+}

@@ -1,0 +1,447 @@
+#include "Common_CPP/xml/xml_query.h"
+#include "Tests/xml/xml_fixture.h"
+
+#include "Common_CPP/util/number_text.h"
+
+#include <psapi.h>
+
+#include <iterator>
+#include <limits>
+#include <string>
+#include <vector>
+
+namespace {
+
+class XmlNodeTest : public XmlTest {
+  protected:
+    CkxXMLNode Parse(const wchar_t* text)
+    {
+        EXPECT_TRUE(document.Load(text));
+        return RootOf(document);
+    }
+
+    CkxXMLDocument document;
+};
+
+/// Reads attribute and text of the same content; both must agree with `expected` or leave the sentinel.
+template <class T>
+void ExpectReads(const CkxXMLNode& node, bool asAttribute, bool asText, T expected, T sentinel,
+                 const char* type)
+{
+    T value = sentinel;
+    EXPECT_EQ(node.GetAttribute(L"v", value), asAttribute) << type << " attribute";
+    EXPECT_TRUE(value == (asAttribute ? expected : sentinel)) << type << " attribute";
+    value = sentinel;
+    EXPECT_EQ(node.GetText(value), asText) << type << " text";
+    EXPECT_TRUE(value == (asText ? expected : sentinel)) << type << " text";
+}
+
+constexpr GUID kGuid = {0x5B3E7C21, 0x9D4A, 0x4E86, {0xA1, 0xF2, 0x7C, 0x09, 0xD3, 0xB6, 0xE5, 0x4A}};
+
+SIZE_T PrivateBytes()
+{
+    PROCESS_MEMORY_COUNTERS memory{};
+    EXPECT_TRUE(::K32GetProcessMemoryInfo(::GetCurrentProcess(), &memory, sizeof memory));
+    return memory.PagefileUsage;
+}
+
+ULONG ReferencesOf(IUnknown* object)
+{
+    object->AddRef();
+    return object->Release();
+}
+
+} // namespace
+
+TEST_F(XmlNodeTest, TypedReadsTakeExactlyOneFieldOrLeaveTheValue)
+{
+    const struct {
+        const wchar_t* text;
+        bool isInt;
+        int asInt;
+        bool isBool;
+        bool isShort;
+        SHORT asShort;
+        long long as64;
+    } rows[] = {
+        {L"12", true, 12, false, true, 12, 12},
+        {L"+7", true, 7, false, true, 7, 7},
+        {L"-1", true, -1, false, false, 0, -1},
+        {L"65535", true, 65535, false, true, -1, 65535},
+        {L"65536", true, 65536, false, false, 0, 65536},
+        {L"99999999999", true, 1215752191, false, false, 0, 99999999999},
+        {L"", false, 0, false, false, 0, 0},
+        {L"12x", false, 0, false, false, 0, 0},
+        {L"1.5", false, 0, false, false, 0, 0},
+        {L"true", false, 0, true, false, 0, 0},
+        {L"TRUE", false, 0, false, false, 0, 0},
+    };
+
+    for (const auto& row : rows) {
+        SCOPED_TRACE(CString(row.text).GetString());
+        CkxXMLNode node = Parse(L"<a v=''/>");
+        ASSERT_TRUE(node.SetAttribute(L"v", row.text) && node.SetText(row.text));
+        const bool isInt = row.isInt;
+        ExpectReads<int>(node, isInt, isInt, row.asInt, -77, "int");
+        ExpectReads<unsigned>(node, isInt, isInt, static_cast<unsigned>(row.asInt), 77, "unsigned");
+        ExpectReads<unsigned long>(node, isInt, isInt, static_cast<unsigned long>(row.asInt), 77,
+                                   "unsigned long");
+        ExpectReads<long long>(node, isInt, isInt, row.as64, -77, "64 bits");
+        ExpectReads<unsigned long long>(node, isInt, isInt, static_cast<unsigned long long>(row.as64), 77,
+                                        "64 bits unsigned");
+        ExpectReads<bool>(node, row.isBool, row.isBool, true, false, "bool");
+        ExpectReads<bool>(node, row.isBool, row.isBool, true, true, "bool");
+        (void)Traced();
+        ExpectReads<SHORT>(node, row.isShort, row.isShort, row.asShort, 77, "SHORT");
+        const CString wide = kx::FormatInt<wchar_t>(row.asInt).Get();
+        std::string number;
+        ASSERT_TRUE(kx::WideToUtf8(kx::View(wide), number));
+        const bool complains = Traced().find("ERROR: Conversion from INT " + number +
+                                             " to SHORT causes loss of data") != std::string::npos;
+        EXPECT_EQ(complains, row.isInt && !row.isShort);
+    }
+}
+
+TEST_F(XmlNodeTest, BlanksBehindANumberAndOtherBasesCountByPlace)
+{
+    const CkxXMLNode node = Parse(L"<a v='7 ' w='0x1F'>0x1F</a>");
+    int value = -77;
+    EXPECT_FALSE(node.GetAttribute(L"v", value));
+    EXPECT_FALSE(node.GetAttribute(L"w", value)) << "attributes are decimal";
+    EXPECT_EQ(value, -77);
+    long long wide = 0;
+    EXPECT_TRUE(node.GetText(value) && node.GetText(wide));
+    EXPECT_EQ(value, 31);
+    EXPECT_EQ(wide, 31);
+    unsigned natural = 77;
+    EXPECT_FALSE(node.GetText(natural));
+    EXPECT_EQ(natural, 77U);
+    EXPECT_EQ(Traced(), "") << "no number: no line, no scope";
+}
+
+TEST_F(XmlNodeTest, WhatIsWrittenIsReadBack)
+{
+    const CkxXMLNode node = Parse(L"<a/>");
+    const auto check = [&](auto value, const wchar_t* text) {
+        EXPECT_TRUE(node.SetAttribute(L"v", value));
+        CString written;
+        EXPECT_TRUE(node.GetAttribute(L"v", written));
+        EXPECT_EQ(written, text);
+        decltype(value) back{};
+        EXPECT_TRUE(node.GetAttribute(L"v", back));
+        EXPECT_TRUE(back == value) << text;
+    };
+    check(true, L"true");
+    check(false, L"false");
+    check((std::numeric_limits<int>::min)(), L"-2147483648");
+    check(4294967295U, L"4294967295");
+    check(4294967295UL, L"4294967295");
+    check((std::numeric_limits<long long>::min)(), L"-9223372036854775808");
+    check((std::numeric_limits<unsigned long long>::max)(), L"18446744073709551615");
+    check(SHORT{-1}, L"65535");
+    check(kGuid, L"{5B3E7C21-9D4A-4E86-A1F2-7C09D3B6E54A}");
+    ASSERT_TRUE(node.SetText(kGuid));
+    GUID guid{};
+    EXPECT_TRUE(node.GetText(guid) && guid == kGuid);
+    EXPECT_EQ(Text(node), L"{5B3E7C21-9D4A-4E86-A1F2-7C09D3B6E54A}");
+}
+
+TEST_F(XmlNodeTest, FailuresAreTracedInTheirWords)
+{
+    CkxXMLNode node = Parse(L"<a g='{x}' ok='1'>{y}<!--c--></a>");
+    GUID guid = kGuid;
+    EXPECT_FALSE(node.GetAttribute(L"g", guid));
+    EXPECT_TRUE(TracedOnly("ERROR: Attribute 'g'. IIDFromString({x}) failed. hr=-21"));
+    EXPECT_FALSE(node.GetText(guid));
+    EXPECT_TRUE(TracedOnly("ERROR: IIDFromString({y}) failed. hr=-21"));
+    EXPECT_TRUE(guid == kGuid);
+
+    int value = -77;
+    EXPECT_FALSE(node.GetAttribute(L"none", value));
+    EXPECT_EQ(Traced(), "") << "absence is no error";
+    EXPECT_FALSE(node.GetRequiredAttribute(L"none", value));
+    EXPECT_TRUE(TracedOnly("ERROR: Exiting <a> is missing 'none' attribute."));
+    EXPECT_TRUE(node.GetRequiredAttribute(L"ok", value));
+    EXPECT_EQ(value, 1);
+
+    CkxXMLNode comment;
+    ASSERT_TRUE(node.GetFirstChild(NODE_COMMENT, comment));
+    EXPECT_FALSE(comment.SetAttribute(L"x", 1));
+    EXPECT_TRUE(TracedOnly("ERROR: Cannot get IXMLDOMElement"));
+    EXPECT_FALSE(comment.RemoveAttribute(L"x"));
+    EXPECT_TRUE(TracedOnly("ERROR: Cannot get IXMLDOMElement"));
+
+    const CkxXMLNode empty;
+    CString text(L"kept");
+    std::vector<CkxXMLNode> nodes(1);
+    EXPECT_FALSE(empty.GetText(text) || empty.GetXml(text) || empty.GetNodeName(text) || empty.SetText(L"") ||
+                 empty.AddCDATASection(L"") || empty.GetFirstChild(L"a", node) ||
+                 empty.AddChild(L"a", node) || empty.GetNextSibling(NODE_TEXT, node) ||
+                 empty.SelectSingleNode(L"a", node) || empty.SelectNodes(L"a", nodes) ||
+                 empty.AppendChild(node) || node.AppendChild(empty) || empty.RemoveChild(node) ||
+                 node.RemoveChild(empty) || empty.ReplaceChild(node, node) ||
+                 node.ReplaceChild(comment, empty) || empty.GetAttribute(L"x", text) ||
+                 empty.GetRequiredAttribute(L"x", text));
+    EXPECT_EQ(text, L"kept");
+    EXPECT_EQ(nodes.size(), 1U);
+    EXPECT_FALSE(node.IsNull());
+}
+
+TEST_F(XmlNodeTest, TextOfMixedContent)
+{
+    const struct {
+        const wchar_t* xml;
+        const wchar_t* text;
+    } rows[] = {
+        {L"<a>  hi  </a>", L"hi"},
+        {L"<a>t <b>x</b> u</a>", L"t x u"},
+        {L"<a><![CDATA[  <c>  ]]></a>", L"  <c>  "},
+        {L"<a>1<!--c-->2<?p x?>3</a>", L"123"},
+        {L"<a>\xD83D\xDE00\x4E2D&amp;&#x1F600;</a>", L"\xD83D\xDE00\x4E2D&\xD83D\xDE00"},
+        {L"<a/>", L""},
+    };
+
+    for (const auto& row : rows)
+        EXPECT_EQ(Text(Parse(row.xml)), row.text) << CString(row.xml).GetString();
+}
+
+TEST_F(XmlNodeTest, SetTextReplacesTheFirstTextOrAddsOne)
+{
+    CkxXMLNode node = Parse(L"<a><b/></a>");
+    ASSERT_TRUE(node.SetText(L"one"));
+    EXPECT_EQ(Dense(node), L"<a><b/>one</a>");
+    ASSERT_TRUE(node.SetText(L"<two>"));
+    EXPECT_EQ(Dense(node), L"<a><b/>&lt;two&gt;</a>");
+    ASSERT_TRUE(node.SetText(nullptr));
+    EXPECT_EQ(Text(node), L"");
+
+    ASSERT_TRUE(node.SetText(L"\x01 \xD83D \xD83D\xDE00 \xFFFF") && node.SetAttribute(L"v", L"\x02\xDC00"));
+    CString text;
+    ASSERT_TRUE(document.SaveToString(text));
+    ASSERT_TRUE(document.Load(text)) << "what was written must be XML";
+    EXPECT_EQ(Text(RootOf(document)), L"\xFFFD \xFFFD \xD83D\xDE00 \xFFFD");
+    ASSERT_TRUE(RootOf(document).GetAttribute(L"v", text));
+    EXPECT_EQ(text, L"\xFFFD\xFFFD");
+}
+
+TEST_F(XmlNodeTest, TextsOfEveryLengthAreHandedOver)
+{
+    const CkxXMLNode node = Parse(L"<a/>");
+    for (const int length : {0, 1, 118, 119, 120, 121, 5000, 1000000}) {
+        const CString value(L'x', length);
+        ASSERT_TRUE(node.SetAttribute(L"v", value) && node.SetText(value));
+        CString read;
+        EXPECT_TRUE(node.GetAttribute(L"v", read) && read == value) << length;
+        EXPECT_TRUE(node.GetText(read) && read == value) << length;
+    }
+    const CString name(L'n', 300);
+    int number = 0;
+    EXPECT_TRUE(node.SetAttribute(name, 5) && node.GetAttribute(name, number) && node.RemoveAttribute(name));
+    EXPECT_EQ(number, 5);
+    EXPECT_FALSE(node.GetAttribute(name, number));
+    EXPECT_TRUE(node.RemoveAttribute(name)) << "absent is as good as removed";
+}
+
+TEST_F(XmlNodeTest, CDATASectionsHoldAnyText)
+{
+    for (const wchar_t* const text : {L"plain <&>", L"", L"]]>", L"a]]>b]]>", L"]]", L"\xD83D\xDE00"}) {
+        const CkxXMLNode node = Parse(L"<a/>");
+        ASSERT_TRUE(node.AddCDATASection(text));
+        CString xml;
+        ASSERT_TRUE(node.GetXml(xml));
+        EXPECT_NE(xml.Find(L"<![CDATA["), -1);
+        ASSERT_TRUE(document.Load(xml)) << CString(xml).GetString();
+        EXPECT_EQ(Text(RootOf(document)), text);
+    }
+}
+
+TEST_F(XmlNodeTest, WalksElementsByNameAndNodesByType)
+{
+    const CkxXMLNode root = Parse(L"<a>t<b i='1'/><?b pi?><!--b--><c/><x:b xmlns:x='u'/><b i='2'/></a>");
+    CkxXMLNode node;
+    std::wstring seen;
+    for (bool more = root.GetFirstChild(L"b", node); more; more = node.GetNextSibling(L"b", node)) {
+        CString i;
+        EXPECT_TRUE(node.GetAttribute(L"i", i));
+        seen += i;
+    }
+    EXPECT_EQ(seen, L"12");
+    seen.clear();
+    for (bool more = root.GetFirstChild(NODE_ELEMENT, node); more;
+         more = node.GetNextSibling(NODE_ELEMENT, node)) {
+        CString name;
+        EXPECT_TRUE(node.GetNodeName(name));
+        seen += name + L" ";
+    }
+    EXPECT_EQ(seen, L"b c x:b b ");
+    EXPECT_FALSE(root.GetFirstChild(L"d", node));
+    EXPECT_FALSE(node.IsNull()) << "a failed read leaves the wrapper";
+    EXPECT_EQ(Traced(), "");
+}
+
+TEST_F(XmlNodeTest, Queries)
+{
+    const CkxXMLNode root = Parse(L"<r><t><g id='1'>one</g><g id='2'>7</g></t><t><g id=\"'\"/></t></r>");
+    std::vector<CkxXMLNode> nodes;
+    ASSERT_TRUE(root.SelectNodes(L"t/g", nodes));
+    EXPECT_EQ(nodes.size(), 3U);
+    for (const CkxXMLNode& node : nodes)
+        EXPECT_TRUE(root.AppendChild(node)) << "what was selected may be moved";
+    ASSERT_TRUE(root.SelectNodes(L"none", nodes));
+    EXPECT_TRUE(nodes.empty());
+
+    int value = 0;
+    EXPECT_TRUE(root.GetValueFromSingleElement(L"g[@id='2']", value));
+    EXPECT_EQ(value, 7);
+    EXPECT_FALSE(root.GetValueFromSingleElement(L"g[@id='3']", value));
+    EXPECT_EQ(Traced(), "") << "nothing selected is no error";
+    CkxXMLNode node;
+    EXPECT_FALSE(root.SelectSingleNode(L"g[@id='3]", node));
+    EXPECT_TRUE(TracedOnly("ERROR: The query is not accepted: [g[@id='3]]"));
+}
+
+// A query that the parser does not survive ends this program.
+TEST_F(XmlNodeTest, TheParserSurvivesEverySafeQuery)
+{
+    const CkxXMLNode root = Parse(L"<r><a x='1'><b>2</b></a></r>");
+    const std::wstring pieces[] = {L"a", L"/",      L"//", L"@", L"*",  L".", L"..",
+                                   L"[", L"]",      L"'",  L"=", L"<=", L"1", L" or ",
+                                   L"|", L"text()", L":",  L" ", L"!=", L"(", L")"};
+    const std::size_t count = std::size(pieces);
+    int safe = 0;
+    for (std::size_t number = 0; number < count * count * count * count * count; ++number) {
+        std::wstring query;
+        for (std::size_t rest = number; rest > 0; rest /= count)
+            query += pieces[rest % count];
+        if (!kx::IsSafeQuery(std::wstring_view(query)))
+            continue;
+        ++safe;
+        CComPtr<IXMLDOMNode> node;
+        (void)root.Get()->selectSingleNode(CComBSTR(query.c_str()), &node);
+    }
+    EXPECT_GT(safe, 1000);
+}
+
+TEST_F(XmlNodeTest, ANodeIsNeverPutUnderItself)
+{
+    const wchar_t* const xml = L"<n i='1'><n i='2'><m><n i='3'/></m></n><o/></n>";
+    const CkxXMLNode root = Parse(xml);
+    const CkxXMLNode second = Child(root, L"n");
+    const CkxXMLNode middle = Child(second, L"m");
+    const CkxXMLNode third = Child(middle, L"n");
+    const CkxXMLNode aside = Child(root, L"o");
+
+    const struct {
+        const char* why;
+        const CkxXMLNode& parent;
+        const CkxXMLNode& child;
+    } rows[] = {{"itself", root, root},
+                {"a leaf itself", third, third},
+                {"child", second, root},
+                {"grandchild", third, second},
+                {"its root", third, root},
+                {"other name", third, middle},
+                {"another wrapper of itself", Child(root, L"n"), second},
+                {"the document", third, document}};
+
+    for (const auto& row : rows) {
+        EXPECT_FALSE(row.parent.AppendChild(row.child)) << row.why;
+        EXPECT_TRUE(TracedOnly("ERROR: appendChild failed. hr=-2147")) << row.why;
+        EXPECT_EQ(Dense(root), L"<n i=\"1\"><n i=\"2\"><m><n i=\"3\"/></m></n><o/></n>") << row.why;
+    }
+    EXPECT_FALSE(middle.ReplaceChild(second, third));
+
+    // What a wrapper remembers of the nodes above it must not outlive their moves.
+    EXPECT_TRUE(third.AppendChild(aside));
+    EXPECT_TRUE(root.AppendChild(aside));
+    EXPECT_TRUE(aside.AppendChild(second));
+    EXPECT_FALSE(third.AppendChild(aside)) << "now holds it";
+    EXPECT_TRUE(root.AppendChild(third)) << "same name, but not above";
+    EXPECT_TRUE(third.AppendChild(aside)) << "no longer holds it";
+    EXPECT_EQ(Dense(root), L"<n i=\"1\"><n i=\"3\"><o><n i=\"2\"><m/></n></o></n></n>");
+}
+
+TEST_F(XmlNodeTest, ChildrenAreRemovedAndReplaced)
+{
+    const CkxXMLNode root = Parse(L"<a><b/><c><d/></c></a>");
+    const CkxXMLNode b = Child(root, L"b");
+    const CkxXMLNode c = Child(root, L"c");
+    const CkxXMLNode d = Child(c, L"d");
+    EXPECT_FALSE(root.RemoveChild(d)) << "not a child of its own";
+    EXPECT_FALSE(root.ReplaceChild(b, d));
+    EXPECT_EQ(Dense(root), L"<a><b/><c><d/></c></a>");
+    ASSERT_TRUE(root.ReplaceChild(d, b));
+    EXPECT_EQ(Dense(root), L"<a><d/><c/></a>");
+    ASSERT_TRUE(root.RemoveChild(d));
+    EXPECT_EQ(Dense(root), L"<a><c/></a>");
+    ASSERT_TRUE(c.AppendChild(d) && c.AppendChild(b)) << "what was taken out may come back";
+    EXPECT_EQ(Dense(root), L"<a><c><d/><b/></c></a>");
+    ASSERT_TRUE(c.ReplaceChild(d, d)) << "by itself";
+    EXPECT_EQ(Dense(root), L"<a><c><d/><b/></c></a>");
+}
+
+TEST_F(XmlNodeTest, NodesMoveBetweenDocumentsAndOutliveThem)
+{
+    const CkxXMLNode target = Parse(L"<t/>");
+    for (int round = 0; round < 200; ++round) {
+        CkxXMLDocument source;
+        ASSERT_TRUE(source.Load(L"<s><p a='1'>x<!--c--><![CDATA[<]]><q/></p><p a='2'/></s>"));
+        const CkxXMLNode first = Child(RootOf(source), L"p");
+        CkxXMLNode second;
+        ASSERT_TRUE(first.GetNextSibling(L"p", second));
+        ASSERT_TRUE(target.AppendChild(first) && target.AppendChild(second));
+        EXPECT_EQ(Dense(RootOf(source)), L"<s/>");
+    }
+    CString xml;
+    ASSERT_TRUE(document.SaveToString(xml) && document.Load(xml));
+    std::vector<CkxXMLNode> moved;
+    ASSERT_TRUE(RootOf(document).SelectNodes(L"p", moved));
+    ASSERT_EQ(moved.size(), 400U);
+    EXPECT_EQ(Text(moved[398]), L"x<");
+}
+
+TEST_F(XmlNodeTest, ReferencesAreGivenBack)
+{
+    CkxXMLNode root = Parse(L"<a v='1'><b/>t<c/></a>");
+    const CkxXMLNode copy = root; // what is counted
+    const ULONG before = ReferencesOf(copy.Get());
+    for (int round = 0; round < 50; ++round) {
+        CkxXMLNode other = root;
+        CkxXMLNode child;
+        std::vector<CkxXMLNode> nodes;
+        int value = 0;
+        EXPECT_TRUE(other.GetFirstChild(L"b", child) && child.GetNextSibling(L"c", child));
+        EXPECT_TRUE(other.GetAttribute(L"v", value) && other.SetAttribute(L"v", 2) && other.SetText(L"u"));
+        EXPECT_TRUE(other.SelectNodes(L"*", nodes) && other.AppendChild(child) && other.RemoveChild(child));
+        EXPECT_TRUE(other.AppendChild(child));
+        EXPECT_FALSE(child.AppendChild(other));
+        const CkxXMLNode taken = std::move(other);
+        EXPECT_TRUE(other.IsNull());
+        root = copy;
+    }
+    EXPECT_EQ(ReferencesOf(copy.Get()), before);
+    root.Release();
+    EXPECT_EQ(ReferencesOf(copy.Get()), before - 1);
+}
+
+// Some parsers make an object for each node handed out, so that one kept too long shows as memory only.
+TEST_F(XmlNodeTest, NoObjectIsKept)
+{
+    const CkxXMLNode root = Parse(L"<a v='1'><b/>t<c/></a>");
+    const auto work = [&](int rounds) {
+        for (int round = 0; round < rounds; ++round) {
+            CkxXMLNode child;
+            std::vector<CkxXMLNode> nodes;
+            int value = 0;
+            ASSERT_TRUE(root.GetFirstChild(L"b", child) && child.GetNextSibling(L"c", child) &&
+                        root.GetFirstChild(NODE_TEXT, child) && root.GetAttribute(L"v", value) &&
+                        root.SetAttribute(L"v", 2) && root.SetText(L"u") &&
+                        root.SelectSingleNode(L"c", child) && root.SelectNodes(L"*", nodes) &&
+                        root.AppendChild(child));
+        }
+    };
+    work(2000);
+    const SIZE_T before = PrivateBytes();
+    work(20000);
+    EXPECT_LT(PrivateBytes(), before + 500000) << "a reference kept a round costs a megabyte";
+}
