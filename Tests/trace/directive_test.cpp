@@ -1,0 +1,207 @@
+// From the text of a configuration file to directives: lines, numbers, grammar, and each complaint.
+#include "Common_CPP/trace/directive_parser.h"
+#include "Common_CPP/trace/line_reader.h"
+#include "Tests/trace/recording_sink.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <variant>
+#include <vector>
+
+namespace {
+
+using kx::ParseOutcome;
+
+template <class... Cases>
+struct Overloaded : Cases... {
+    using Cases::operator()...;
+};
+template <class... Cases>
+Overloaded(Cases...) -> Overloaded<Cases...>;
+
+std::string Describe(const kx::RuleKey& key)
+{
+    return std::to_string(static_cast<int>(key.scope)) + " [" + std::string(key.expression.Text()) + "] " +
+           std::string(kx::LevelText(key.levels).View());
+}
+
+std::string Describe(const kx::Directive& directive)
+{
+    return std::visit(
+        Overloaded{
+            [](const kx::FileStrip& d) { return "strip " + std::to_string(d.level); },
+            [](const kx::ToStream& d) { return "stream [" + d.name + "]"; },
+            [](const kx::ToAuxStream& d) { return "aux [" + d.name + "]"; },
+            [](const kx::ToFile& d) { return (d.truncate ? "new file [" : "file [") + d.path + "]"; },
+            [](const kx::RotationOff&) { return std::string("rotation off"); },
+            [](const kx::Rotation& d) {
+                return "rotation " + std::to_string(d.count) + " " + std::to_string(d.size) + " [" +
+                       d.pattern + "]";
+            },
+            [](const kx::PrintRule& d) { return "print " + Describe(d.key) + (d.on ? " on" : " off"); },
+            [](const kx::SelftestRule& d) { return "selftest " + Describe(d.key) + (d.on ? " on" : " off"); },
+            [](const kx::PrefixRule& d) { return "prefix " + Describe(d.key) + " [" + d.prefix + "]"; },
+            [](const kx::Indent& d) { return "indent [" + d.filling + "]"; },
+            [](const kx::Refresh& d) { return "refresh " + std::to_string(d.seconds); },
+            [](const kx::StackTraceOff&) { return std::string("stacktrace off"); },
+            [](const kx::StackTrace& d) { return "stacktrace [" + d.enter + "] [" + d.leave + "]"; },
+            [](const kx::Dump&) { return std::string("dump"); },
+        },
+        directive);
+}
+
+TEST(DirectiveParser, AcceptsEachDirective)
+{
+    struct Row {
+        const char* line;
+        const char* expected;
+    };
+
+    const Row rows[] = {
+        {"fstrip@0", "strip 0"},
+        {"fstrip@12abc", "strip 12"}, // the digits at the beginning count
+        {"fstrip@ +7", "strip 7"},
+        {"fstrip@0x", "strip 0"},
+        {"fstrip@2147483647", "strip 2147483647"},
+        {"refresh@0060", "refresh 60"},
+        {"to_stream@err", "stream [err]"},
+        {"to_stream@nonsense", "stream [nonsense]"}, // the outputs know the names
+        {"to_aux_stream@dbg", "aux [dbg]"},
+        {"to_file@C:\\a b\\x@<%PID>.log", "file [C:\\a b\\x@<%PID>.log]"},
+        {"to_new_file@x.log", "new file [x.log]"},
+        {"rotation@off", "rotation off"},
+        {"rotation@3@1048576", "rotation 3 1048576 []"},
+        {"rotation@0@9223372036854775807@", "rotation 0 9223372036854775807 []"},
+        {"rotation@1@0@old_<%NUM>@<%YEAR>", "rotation 1 0 [old_<%NUM>@<%YEAR>]"},
+        {"print@file@gp_xml@400@on", "print 1 [gp_xml] 400 on"},
+        {"print@file@@all@1", "print 1 [.*] all on"},
+        {"print@class@Ckx@@no", "print 2 [Ckx] all off"},
+        {"print@stack@.*@100-300@yes", "print 3 [.*] 100-300 on"},
+        {"selftest@file@x@0@off", "selftest 1 [x] 0 off"},
+        {"selftest@file@x@4294967295@0", "selftest 1 [x] 4294967295 off"},
+        {"prefix@file@x@7-7@a@b<%LINE>@", "prefix 1 [x] 7 [a@b<%LINE>@]"}, // a template may hold "@"
+        {"prefix@class@@@", "prefix 2 [.*] all []"},
+        {"indent@ | @", "indent [ | ]"},
+        {"indent@@", "indent []"},
+        {"indent@ab@cd", "indent [ab]"},
+        {"stacktrace@off", "stacktrace off"},
+        {"stacktrace@> @< @", "stacktrace [> ] [< ]"},
+        {"stacktrace@off@x", "stacktrace [off] [x]"},
+        {"stacktrace@@", "stacktrace [] []"},
+        {"dump", "dump"},
+    };
+    CkxRecordingSink sink;
+    for (const Row& row : rows) {
+        const auto result = kx::ParseDirective(row.line, sink);
+        ASSERT_TRUE(result.directive) << row.line;
+        EXPECT_EQ(result.outcome, ParseOutcome::Accepted) << row.line;
+        EXPECT_EQ(Describe(*result.directive), row.expected) << row.line;
+    }
+    EXPECT_EQ(sink.Take(), "") << "confirmations are printed when a directive takes effect";
+}
+
+TEST(DirectiveParser, RefusesWithTheRightComplaint)
+{
+    struct Row {
+        const char* line;
+        ParseOutcome outcome;
+        const char* message; // after "D_Lib: ", without the line feed
+    };
+
+    constexpr auto Illegal = ParseOutcome::NotADirective;
+    constexpr auto Reported = ParseOutcome::Reported;
+    const Row rows[] = {
+        {"fstrip@x", Illegal, "attempt to change file name stripping level to illegal value [x]"},
+        {"fstrip@", Illegal, "attempt to change file name stripping level to illegal value []"},
+        {"fstrip@-1", Illegal, "attempt to change file name stripping level to illegal value [-1]"},
+        {"fstrip@ 0", Illegal, "attempt to change file name stripping level to illegal value [ 0]"},
+        {"fstrip@2147483648", Illegal,
+         "attempt to change file name stripping level to illegal value [2147483648]"},
+        {"refresh@99999999999999999999", Illegal,
+         "attempt to change refresh interval to illegal value [99999999999999999999]"},
+        {"rotation@x@y", Illegal, "attempt to setting of rotated files number to illegal value [x]"},
+        {"rotation@off@1", Illegal, "attempt to setting of rotated files number to illegal value [off]"},
+        {"rotation@3@-5@p", Illegal, "attempt to setting of log file size limit to illegal value [-5]"},
+        {"rotation@3@9223372036854775808", Illegal,
+         "attempt to setting of log file size limit to illegal value [9223372036854775808]"},
+        {"rotation@3", Illegal, nullptr},
+        {"Print@file@x@all@on", Illegal, nullptr},
+        {"dump@", Illegal, nullptr},
+        {"fstrip", Illegal, nullptr},
+        {"print@file@x@all", Reported, "illegal format of the print directive: [file@x@all]"},
+        {"selftest@", Reported, "illegal format of the selftest directive: []"},
+        {"prefix@module@x@all@t", Reported, "illegal format of the prefix directive: [module@x@all@t]"},
+        {"print@file@x@KXT_INFO@on", Reported,
+         "illegal format of the print directive: [file@x@KXT_INFO@on] (level [KXT_INFO])"},
+        {"prefix@file@x@300-100@t", Reported,
+         "illegal format of the prefix directive: [file@x@300-100@t] (level [300-100])"},
+        {"print@file@x@1-@on", Reported,
+         "illegal format of the print directive: [file@x@1-@on] (level [1-])"},
+        {"print@file@x@-5@on", Reported,
+         "illegal format of the print directive: [file@x@-5@on] (level [-5])"},
+        {"print@file@x@4294967296@on", Reported,
+         "illegal format of the print directive: [file@x@4294967296@on] (level [4294967296])"},
+        {"selftest@file@x@all@On", Reported,
+         "illegal format of the selftest directive: [file@x@all@On] (flag [On])"},
+        {"print@file@(@all@on", Reported,
+         "illegal format of the print directive: [(] (illegal regular expression)"},
+        {"prefix@file@(@all@t", Reported,
+         "illegal format of the prefix directive: [(] (illegal regular expression)"},
+        {"indent@ab", Reported, "illegal filling of indent [indent@ab]"},
+        {"stacktrace@on", Reported, "illegal stacktrace directive [stacktrace@on]"},
+        {"stacktrace@a@b@c", Reported, "illegal stacktrace directive [stacktrace@a@b@c]"},
+        {"stacktrace@a@b@@", Reported, "illegal stacktrace directive [stacktrace@a@b@@]"},
+    };
+    CkxRecordingSink sink;
+    for (const Row& row : rows) {
+        const auto result = kx::ParseDirective(row.line, sink);
+        EXPECT_EQ(result.outcome, row.outcome) << row.line;
+        EXPECT_FALSE(result.directive) << row.line;
+        EXPECT_EQ(sink.Take(), row.message ? std::string("D_Lib: ") + row.message + "\n" : "") << row.line;
+    }
+}
+
+std::string ReadAll(std::string_view text)
+{
+    std::string all;
+    kx::LineReader reader(text);
+    while (const auto line = reader.Next())
+        all += std::to_string(line->number) + (line->isTooLong ? "!" : ":") + std::string(line->text) + ";";
+    return all;
+}
+
+TEST(LineReader, GivesTheLinesThatSaySomething)
+{
+    struct Row {
+        const char* why;
+        std::string text;
+        std::string expected;
+    };
+
+    const std::string longest(1023, 'x');
+    const Row rows[] = {
+        {"nothing", "", ""},
+        {"numbers count every line", "# c\n\n  \t\na\n#b\nc", "4:a;6:c;"},
+        {"ends of both kinds", "a\r\nb\n\r\nc\r", "1:a;2:b;4:c;"},
+        {"white space at the ends only", " \v\fa  b\t \n", "1:a  b;"},
+        {"a comment behind white space", "  # a\nb", "2:b;"},
+        {"a byte order mark",
+         "\xEF\xBB\xBF"
+         "a\n\xEF\xBB\xBF"
+         "b",
+         "1:a;2:\xEF\xBB\xBF"
+         "b;"},
+        {"a byte order mark alone", "\xEF\xBB\xBF", ""},
+        {"a zero character", std::string("a\0b\n", 4), std::string("1:a\0b;", 6)},
+        {"the longest line", longest + "\r\nb", "1:" + longest + ";2:b;"},
+        {"one too long is cut and marked", longest + "yz\nb", "1!" + longest + ";2:b;"},
+        {"white space makes a line too long", " " + longest, "1!" + longest + ";"},
+        {"a long comment says nothing", "#" + longest + "\nb", "2:b;"},
+        {"a long empty line says nothing", std::string(5000, ' ') + "\nb", "2:b;"},
+    };
+    for (const Row& row : rows)
+        EXPECT_EQ(ReadAll(row.text), row.expected) << row.why;
+}
+
+} // namespace

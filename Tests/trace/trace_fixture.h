@@ -1,0 +1,112 @@
+// The trace library as a whole: each test begins with a library that nobody has used yet.
+#pragma once
+
+#include "Common_CPP/trace/trace.h"
+#include "Common_CPP/trace/trace_control.h"
+#include "Common_CPP/util/unique_handle.h"
+#include "Tests/support/patched_import.h"
+#include "Tests/support/temp_folder.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+/// The text's lines, without their ends.
+inline std::vector<std::string> Lines(std::string_view text)
+{
+    std::vector<std::string> lines;
+    while (!text.empty()) {
+        const std::size_t end = (std::min)(text.find('\n'), text.size());
+        lines.emplace_back(text.substr(0, end));
+        text.remove_prefix((std::min)(end + 1, text.size()));
+    }
+    return lines;
+}
+
+/// A path as the configuration takes it.
+inline std::string Narrow(const std::wstring& path)
+{
+    std::string text(path.size() * 3, '\0');
+    text.resize(static_cast<std::size_t>(::WideCharToMultiByte(CP_UTF8, 0, path.data(),
+                                                               static_cast<int>(path.size()), text.data(),
+                                                               static_cast<int>(text.size()), nullptr,
+                                                               nullptr)));
+    return text;
+}
+
+/// Lets the system's tick jump, as far as the test program can see.
+class TickJump {
+  public:
+    TickJump() : _m_patch("GetTickCount64", reinterpret_cast<void*>(&_Tick))
+    {
+        s_real = _m_patch.Original<decltype(&::GetTickCount64)>();
+    }
+
+    ~TickJump() { s_ahead = 0; }
+
+    TickJump(const TickJump&) = delete;
+    TickJump& operator=(const TickJump&) = delete;
+
+    void Forward(ULONGLONG milliseconds) { s_ahead += milliseconds; }
+
+  private:
+    static ULONGLONG WINAPI _Tick() { return s_real() + s_ahead; }
+
+    static inline decltype(&::GetTickCount64) s_real = nullptr;
+    static inline ULONGLONG s_ahead = 0;
+    PatchedImport _m_patch;
+};
+
+class TraceFixture : public testing::Test {
+  protected:
+    /// A configuration that is not there yet, and output to a sink of the test. Lines begin with the message.
+    void SetUp() override
+    {
+        D_SetConfigFile(ConfigPath());
+        D_ToGeneric(&_Record, this);
+        Configure("");
+        (void)Take();
+    }
+
+    void TearDown() override
+    {
+        D_ToGeneric(nullptr, nullptr);
+        D_ModuleUnloads();
+    }
+
+    [[nodiscard]] std::wstring ConfigPath() const { return _m_folder / L"trace.cfg"; }
+
+    [[nodiscard]] std::wstring TracePath() const { return _m_folder / L"x.trace"; }
+
+    /// Makes `text` the configuration and has it read at once, without prefixes unless it sets one.
+    void Configure(const std::string& text) const
+    {
+        _m_folder.Write(L"trace.cfg", "prefix@file@@all@\n" + text);
+        D_SetConfigFile(ConfigPath());
+    }
+
+    /// Configures and forgets what the reading said.
+    void ConfigureQuietly(const std::string& text)
+    {
+        Configure(text);
+        (void)Take();
+    }
+
+    /// What went to the sink since the last time.
+    std::string Take() { return std::exchange(_m_text, {}); }
+
+    TempFolder _m_folder;
+
+  private:
+    static void _Record(void* context, const char* text, std::size_t length)
+    {
+        static_cast<TraceFixture*>(context)->_m_text.append(text, length);
+    }
+
+    std::string _m_text;
+};

@@ -1,0 +1,405 @@
+// Statements and scopes: what prints, what a line says, and what the caller notices (nothing).
+#include "Tests/trace/trace_fixture.h"
+
+#include <functional>
+#include <stdexcept>
+
+KXT_CLASS("CkxSample");
+
+namespace {
+
+constexpr DWORD kMagic = 0x12345678;
+
+class Statement : public TraceFixture {};
+class Scope : public TraceFixture {};
+class ConfigFile : public TraceFixture {};
+
+int g_built = 0;
+
+int Built()
+{
+    return ++g_built;
+}
+
+// One call site: what it has decided once is remembered.
+void SayDetail()
+{
+    KXT_OUT(KXT_TRACE, "detail " << Built());
+}
+
+void Say(std::uint32_t level, std::string_view text = "x")
+{
+    KXT_OUT_AT(level, text);
+}
+
+TEST_F(Statement, ErrorsWarningsAndInformationPrintWhateverTheFileSays)
+{
+    ConfigureQuietly("print@file@@all@off\n");
+    Say(KXT_ERROR, "e");
+    Say(KXT_WARNING, "w");
+    Say(KXT_INFO, "i");
+    Say(KXT_TRACE, "t");
+    Say(610, "d");
+    EXPECT_EQ(Take(), "e\nw\ni\n");
+}
+
+TEST_F(Statement, WithoutARuleItPrintsAndTheLibraryWonders)
+{
+    Say(610, "d");
+    EXPECT_EQ(Take(), "D_Lib: could not find flag for: file [Tests/trace/trace_library_test.cpp], class "
+                      "[CkxSample], level [610] - assumed value 1\nd\n");
+}
+
+TEST_F(Statement, TheDefaultPrefixNamesProcessFileAndLine)
+{
+    D_SetConfigFile(_m_folder / L"none.cfg");
+    (void)Take();
+    static const int line = __LINE__ + 1;
+    KXT_OUT(KXT_INFO, "INFO: x");
+    EXPECT_EQ(Take(), std::to_string(::GetCurrentProcessId()) + ":Tests/trace/trace_library_test.cpp(" +
+                          std::to_string(line) + "): INFO: x\n");
+}
+
+TEST_F(Statement, TheMessageIsBuiltOnlyWhenItPrintsAlsoAfterEachChange)
+{
+    const char* const off = "print@class@CkxSample@400@off\n";
+    const char* const on = "print@class@CkxSample@400@on\n";
+    g_built = 0;
+    ConfigureQuietly(off);
+    SayDetail();
+    SayDetail();
+    EXPECT_EQ(g_built, 0);
+    ConfigureQuietly(on);
+    SayDetail();
+    SayDetail();
+    EXPECT_EQ(Take(), "detail 1\ndetail 2\n");
+    ConfigureQuietly(off);
+    SayDetail();
+    EXPECT_EQ(g_built, 2);
+}
+
+TEST_F(Statement, ARuleOfTheProgramOutranksThoseOfTheFile)
+{
+    ConfigureQuietly("print@file@@all@off\n");
+    ASSERT_TRUE(D_AddPrintRule(kx::ScopeKind::Class, "Sample", KXT_TRACE, true));
+    EXPECT_FALSE(D_AddPrintRule(kx::ScopeKind::Class, "(", KXT_TRACE, true));
+    (void)Take();
+    Say(KXT_TRACE);
+    EXPECT_EQ(Take(), "x\n");
+    Configure("print@file@@all@off\n"); // a reading drops the file's rules only
+    (void)Take();
+    Say(KXT_TRACE);
+    EXPECT_EQ(Take(), "x\n");
+}
+
+TEST_F(Statement, StackRulesAreAskedEachTime)
+{
+    ConfigureQuietly("print@file@@400@off\nprint@stack@Send@400@on\nprefix@stack@Send@@S:\n");
+    SayDetail();
+    EXPECT_EQ(Take(), "");
+    {
+        KXT_SCOPE("Send");
+        KXT_SCOPE("Inner"); // any name on the stack will do
+        SayDetail();
+    }
+    EXPECT_EQ(Take().substr(0, 9), "S: detail");
+    SayDetail();
+    EXPECT_EQ(Take(), "");
+}
+
+TEST_F(Statement, SelftestRulesAnswerTheProgram)
+{
+    EXPECT_FALSE(D_IsSelfTestOn("a/gp_xml.cpp", nullptr, 1));
+    ConfigureQuietly("selftest@file@gp_xml@1@on\nselftest@class@Off@@no\n");
+    EXPECT_TRUE(D_IsSelfTestOn("a\\GP_XML.cpp", nullptr, 1));
+    EXPECT_FALSE(D_IsSelfTestOn("a/gp_xml.cpp", nullptr, 2));
+    EXPECT_FALSE(D_IsSelfTestOn("a/gp_xml.cpp", "Off", 1)) << "the later rule wins";
+}
+
+struct Tracer { // a value that traces while it is printed
+    friend D_Line_c& operator<<(D_Line_c& line, const Tracer&)
+    {
+        KXT_SCOPE("Inside");
+        KXT_OUT(KXT_ERROR, "inner");
+        return line << "outer";
+    }
+};
+
+TEST_F(Statement, InsideAStatementNothingElsePrints)
+{
+    ConfigureQuietly("stacktrace@>@<\n");
+    KXT_OUT(KXT_ERROR, Tracer{});
+    EXPECT_EQ(Take(), "outer\n");
+    Say(KXT_ERROR);
+    EXPECT_EQ(Take(), "x\n") << "the next statement prints again";
+}
+
+TEST_F(Statement, ASinkThatTracesGetsNothingOfItsOwn)
+{
+    struct Sink {
+        static void Write(void* context, const char*, std::size_t)
+        {
+            ++*static_cast<int*>(context);
+            KXT_OUT(KXT_ERROR, "from the sink");
+            throw std::runtime_error("a sink may fail");
+        }
+    };
+
+    int calls = 0;
+    D_ToGeneric(&Sink::Write, &calls);
+    calls = 0;
+    Say(KXT_ERROR);
+    EXPECT_EQ(calls, 1);
+    calls = 0;
+    D_SetConfigFile(ConfigPath()); // four lines: two separators, the two of the reading, the prefix
+    EXPECT_EQ(calls, 5);
+}
+
+struct Thrower {
+    friend D_Line_c& operator<<(D_Line_c& line, const Thrower&)
+    {
+        line << "half";
+        throw std::runtime_error("x");
+    }
+};
+
+TEST_F(Statement, AValueThatThrowsCostsTheRestOfItsLineOnly)
+{
+    KXT_OUT(KXT_ERROR, "a " << Thrower{} << " b");
+    Say(KXT_ERROR);
+    EXPECT_EQ(Take(), "a half...\nx\n");
+}
+
+TEST_F(Statement, PrintsValuesAsTheyAre)
+{
+    const wchar_t* noText = nullptr;
+    ::SetLastError(5);
+    KXT_OUT(KXT_INFO, 'c' << -1 << ' ' << 4000000000U << ' ' << static_cast<HRESULT>(0x80070005) << ' '
+                          << D_LastError << ' ' << noText);
+    EXPECT_EQ(Take(), "c-1 4000000000 -2147024891 5 <NULL>\n");
+}
+
+TEST_F(Statement, WideTextIsUtf8)
+{
+    struct Row {
+        const char* why;
+        std::wstring text;
+        std::string expected;
+    };
+
+    std::wstring manyPairs = L"."; // odd, so that a pair stands across every border of pieces
+    std::string manyPairsNarrow = ".";
+    for (int i = 0; i < 5000; ++i) {
+        manyPairs += L"\U0001F600";
+        manyPairsNarrow += "\xF0\x9F\x98\x80";
+    }
+    const Row rows[] = {
+        {"nothing", L"", ""},
+        {"two and three bytes", L"\u00E4\u20AC", "\xC3\xA4\xE2\x82\xAC"},
+        {"a pair", L"\U0001F600", "\xF0\x9F\x98\x80"},
+        {"many pairs", manyPairs, manyPairsNarrow},
+        {"half a pair", std::wstring(1, static_cast<wchar_t>(0xD800)), "???unconvertable UNICODE string???"},
+        {"half a pair far behind", std::wstring(5000, L'x') + static_cast<wchar_t>(0xDC00),
+         "???unconvertable UNICODE string???"},
+        {"a NUL inside", std::wstring(L"a\0b", 3), std::string("a\0b", 3)},
+    };
+    for (const Row& row : rows) {
+        KXT_OUT(KXT_INFO, "[" << std::wstring_view(row.text) << "]");
+        EXPECT_EQ(Take(), "[" + row.expected + "]\n") << row.why;
+    }
+}
+
+TEST_F(Statement, ALineOfAMegabyteIsOneLine)
+{
+    const std::string text(std::size_t{1} << 20, 'x');
+    KXT_OUT(KXT_INFO, text << "!");
+    EXPECT_EQ(Take(), text + "!\n");
+    Say(KXT_INFO);
+    EXPECT_EQ(Take(), "x\n");
+}
+
+TEST_F(Statement, NothingChangesTheCallersLastError)
+{
+    struct Row {
+        const char* why;
+        std::function<void()> run;
+    };
+
+    const std::string file = Narrow(TracePath());
+    const Row rows[] = {
+        {"a statement that prints", [] { Say(KXT_ERROR); }},
+        {"a suppressed one", [] { SayDetail(); }},
+        {"a suppressed one again", [] { SayDetail(); }},
+        {"a value that throws", [] { KXT_OUT(KXT_ERROR, Thrower{}); }},
+        {"a scope", [] { KXT_SCOPE("x"); }},
+        {"setting the configuration", [&] { D_SetConfigFile(ConfigPath()); }},
+        {"a configuration that is not there", [&] { D_SetConfigFile(_m_folder / L"none\\none"); }},
+        {"a directive", [] { D_Directive("fstrip@1"); }},
+        {"an illegal one", [] { D_Directive("nonsense"); }},
+        {"the debugger", [] { D_ToStream("dbg", false); }},
+        {"a statement to the debugger", [] { Say(KXT_ERROR); }},
+        {"an illegal stream", [] { D_ToStream("nonsense", false); }},
+        {"a copy", [] { D_ToAuxStream("dbg"); }},
+        {"a file", [&] { D_ToFile(file); }},
+        {"a file that cannot be", [] { D_ToFile("C:\\none\\none\\x"); }},
+        {"a statement to a file", [] { Say(KXT_ERROR); }},
+        {"rotation", [] { D_Directive("rotation@1@1"); }},
+        {"a statement that rotates", [] { Say(KXT_ERROR); }},
+        {"a sink", [] { D_ToGeneric(nullptr, nullptr); }},
+        {"a rule", [] { D_AddPrintRule(kx::ScopeKind::File, "(", 1, true); }},
+        {"a self-test", [] { (void)D_IsSelfTestOn("x", nullptr, 1); }},
+        {"a name", [] { D_SetThreadName("x"); }},
+        {"no files for a scope", [] { const D_NoFileOperations_c quiet; }},
+        {"a look at the lock", [] { (void)D_CanTrace(); }},
+        {"a thread that ends", [] { D_ThreadEnds(); }},
+    };
+    for (const Row& row : rows) {
+        ::SetLastError(kMagic);
+        row.run();
+        EXPECT_EQ(::GetLastError(), kMagic) << row.why;
+    }
+}
+
+void Inner()
+{
+    KXT_SCOPE("Inner");
+    Say(KXT_INFO, "in");
+}
+
+void Outer()
+{
+    KXT_SCOPE("Outer");
+    Inner();
+    Say(KXT_INFO, "out");
+}
+
+TEST_F(Scope, LinesAreIndentedByDepthAndNameTheInnermostScope)
+{
+    ConfigureQuietly("indent@. @\nprefix@file@@all@<%STACK>:<%INDENT>\n");
+    Say(KXT_INFO);
+    Outer();
+    Say(KXT_INFO);
+    EXPECT_EQ(Take(), "<no stack name>: x\nInner:. . in\nOuter:. out\n<no stack name>: x\n");
+}
+
+TEST_F(Scope, EnterAndLeaveLinesStandAtTheSameIndentation)
+{
+    ConfigureQuietly("indent@.@\nstacktrace@<%INDENT>> <%CLASS>::<%STACK> <%LINE>@<%INDENT>< <%STACK>@\n");
+    Outer();
+    EXPECT_EQ(Take(), ".> CkxSample::Outer <%LINE>\n..> CkxSample::Inner <%LINE>\nin\n..< Inner\nout\n.< Outer\n");
+    ConfigureQuietly("stacktrace@off\n");
+    Outer();
+    EXPECT_EQ(Take(), "in\nout\n");
+}
+
+TEST_F(Scope, AFunctionOfNoClassSaysSo)
+{
+    ConfigureQuietly("stacktrace@<%CLASS>@<%PID>/<%TID>\n");
+    {
+        const D_Scope_c scope("f", nullptr);
+    }
+    EXPECT_EQ(Take(), "<no class name>\n" + std::to_string(::GetCurrentProcessId()) + "/" +
+                          std::to_string(::GetCurrentThreadId()) + "\n");
+}
+
+TEST_F(Scope, DeepRecursionPairs)
+{
+    ConfigureQuietly("prefix@file@@all@<%STACK>\n");
+    std::vector<std::unique_ptr<D_Scope_c>> scopes;
+    for (int i = 0; i < 2000; ++i)
+        scopes.push_back(std::make_unique<D_Scope_c>(i % 2 ? "odd" : "even", nullptr));
+    for (; scopes.size() > 1; scopes.pop_back())
+        ;
+    Say(KXT_INFO);
+    scopes.clear();
+    Say(KXT_INFO);
+    EXPECT_EQ(Take(), "even x\n<no stack name> x\n");
+}
+
+TEST_F(Scope, LeavingWhatWasNeverEnteredIsReported)
+{
+    auto outer = std::make_unique<D_Scope_c>("outer", nullptr);
+    auto inner = std::make_unique<D_Scope_c>("inner", nullptr);
+    outer.reset(); // takes the inner one along
+    inner.reset();
+    EXPECT_EQ(Take(), "D_Lib: could not find stack information for leaving stack [inner] - internal error\n");
+}
+
+TEST_F(ConfigFile, IsReadAgainWhenItHasChangedAndTheIntervalIsOver)
+{
+    TickJump clock;
+    ConfigureQuietly("print@file@@400@off\n");
+    SayDetail();
+    _m_folder.Write(L"trace.cfg", "print@file@@400@on\nprefix@file@@all@now:\n");
+    SayDetail();
+    EXPECT_EQ(Take(), "") << "not yet due";
+    clock.Forward(5000);
+    SayDetail();
+    const auto lines = Lines(Take());
+    ASSERT_EQ(lines.size(), 7U);
+    EXPECT_EQ(lines[0], "------------------------------------------");
+    EXPECT_NE(lines[1].find(" Configuration file [" + Narrow(ConfigPath()) + "]"), std::string::npos);
+    EXPECT_EQ(lines[2], "D_Lib: reading configuration from " + Narrow(ConfigPath()) + "...");
+    EXPECT_EQ(lines[3], "D_Lib: print for files [.*] and level [400] is turned on");
+    EXPECT_EQ(lines[5], lines[0]);
+    EXPECT_EQ(lines[6].substr(0, 11), "now: detail");
+    clock.Forward(5000);
+    SayDetail();
+    EXPECT_EQ(Lines(Take()).size(), 1U) << "unchanged, it is not read again";
+}
+
+TEST_F(ConfigFile, WithRefreshZeroEveryStatementLooks)
+{
+    ConfigureQuietly("refresh@0\n");
+    Say(KXT_INFO);
+    EXPECT_EQ(Take(), "x\n");
+    _m_folder.Write(L"trace.cfg", "prefix@file@@all@now:\n");
+    Say(KXT_INFO);
+    EXPECT_EQ(Lines(Take()).back(), "now: x");
+    ASSERT_TRUE(::DeleteFileW(ConfigPath().c_str()));
+    Say(KXT_INFO);
+    EXPECT_NE(Take().find("trace_library_test.cpp("), std::string::npos) << "its rules went with the file";
+}
+
+TEST_F(ConfigFile, ABadLineCostsItselfOnly)
+{
+    Configure("fstrip@x\nnonsense\nprefix@file@@all@p:\n");
+    Say(KXT_INFO);
+    const std::string text = Take();
+    const std::string file = Narrow(ConfigPath());
+    EXPECT_NE(text.find("D_Lib: configuration file " + file + " contains illegal line [fstrip@x]\n"),
+              std::string::npos);
+    EXPECT_NE(text.find("D_Lib: configuration file " + file + " contains illegal line [nonsense]\n"),
+              std::string::npos);
+    EXPECT_TRUE(text.ends_with("\np: x\n")) << text;
+}
+
+TEST_F(ConfigFile, OneThatCannotBeOpenedIsReportedAndItsRulesGo)
+{
+    const CkxFileHandle held(
+        ::CreateFileW(ConfigPath().c_str(), GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr));
+    ASSERT_TRUE(held);
+    D_SetConfigFile(ConfigPath());
+    EXPECT_EQ(Lines(Take()).front(), "D_Lib: failed to open file " + Narrow(ConfigPath()));
+}
+
+TEST_F(ConfigFile, AThreadWithoutFileOperationsLeavesItAlone)
+{
+    TickJump clock;
+    _m_folder.Write(L"trace.cfg", "prefix@file@@all@now:\n");
+    clock.Forward(60000);
+    {
+        const D_NoFileOperations_c outer;
+        const D_NoFileOperations_c inner;
+        Say(KXT_INFO);
+        D_SetConfigFile(_m_folder / L"other.cfg");
+        EXPECT_FALSE(D_ToStream("dbg", true));
+        EXPECT_FALSE(D_ToFile(Narrow(TracePath())));
+        EXPECT_FALSE(D_Directive("to_file@" + Narrow(TracePath())));
+    }
+    EXPECT_EQ(Take(), "x\n");
+    Say(KXT_INFO);
+    EXPECT_EQ(Lines(Take()).back(), "now: x");
+}
+
+} // namespace
