@@ -38,6 +38,12 @@ const TokenName* TokenAt(std::string_view text, std::size_t at) noexcept
     return found == std::end(kTokens) ? nullptr : found;
 }
 
+bool IsAmong(PrefixToken token, PrefixTokens tokens) noexcept
+{
+    return tokens == PrefixTokens::All ||
+           (token != PrefixToken::File && token != PrefixToken::Line && token != PrefixToken::Level);
+}
+
 // Text that could complete a token together with what stands beside it.
 bool CouldMakeToken(std::string_view value) noexcept
 {
@@ -51,7 +57,7 @@ std::string_view OrElse(const char* text, std::string_view otherwise) noexcept
 
 } // namespace
 
-PrefixTemplate::PrefixTemplate(std::string_view text) : _m_text(text)
+PrefixTemplate::PrefixTemplate(std::string_view text, PrefixTokens tokens) : _m_text(text), _m_tokens(tokens)
 {
     _TakeApart();
 }
@@ -67,7 +73,7 @@ void PrefixTemplate::_TakeApart()
     };
     for (std::size_t at = 0; (at = text.find(kTokenBegin, at)) != std::string_view::npos;) {
         const TokenName* name = TokenAt(text, at);
-        if (!name) {
+        if (!name || !IsAmong(name->token, _m_tokens)) {
             _m_irregular = true;
             at += kTokenBegin.size();
             continue;
@@ -96,6 +102,8 @@ std::string PrefixTemplate::_WordForWord(const PrefixFields& fields) const
 {
     std::string line = _m_text;
     for (const TokenName& name : kTokens) {
+        if (!IsAmong(name.token, _m_tokens))
+            continue;
         char scratch[kScratch];
         std::string value;
         if (name.token == PrefixToken::Indent)
@@ -105,8 +113,6 @@ std::string PrefixTemplate::_WordForWord(const PrefixFields& fields) const
             value = _Value(name.token, fields, scratch);
         ReplaceFirst(line, name.text, value);
     }
-    if (!line.empty() && line.back() != ' ')
-        line += ' ';
     return line;
 }
 

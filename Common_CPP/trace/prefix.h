@@ -47,26 +47,37 @@ struct PrefixFields {
     std::string_view indentFilling; ///< repeated `depth` times
 };
 
+/// Which tokens a template knows; the others stay as they are written.
+enum class PrefixTokens : std::uint8_t {
+    All,
+    Scope, ///< those that entering or leaving a scope can show: no file, line and level
+};
+
 /// A format template, taken apart once when it is read. Of each token only the first occurrence is
 /// replaced; tokens are replaced one after the other, so that a token inside a value counts as well.
 class PrefixTemplate {
   public:
-    explicit PrefixTemplate(std::string_view text);
+    explicit PrefixTemplate(std::string_view text, PrefixTokens tokens = PrefixTokens::All);
 
     [[nodiscard]] const std::string& Text() const noexcept { return _m_text; }
 
     /// True when the template shows the date or the time, so that the clock must be read.
     [[nodiscard]] bool NeedsTime() const noexcept { return _m_needsTime; }
 
-    /// Writes the line's beginning to `out`, anything with Append(std::string_view). It ends in a blank
-    /// unless it is empty. Allocates only where a value holds what could be a token.
+    /// Writes a line's beginning to `out`, anything with Append(std::string_view): the template with its
+    /// values, and a blank behind unless it is empty or ends in one.
     template <class Out>
     void Write(Out& out, const PrefixFields& fields) const
     {
-        if (_NeedsWordForWord(fields)) {
-            out.Append(_WordForWord(fields));
-            return;
-        }
+        if (Expand(out, fields) != ' ')
+            out.Append(" ");
+    }
+
+    /// Writes the template with its values; returns the last character written, a blank for none. Allocates
+    /// only where a value holds what could be a token.
+    template <class Out>
+    char Expand(Out& out, const PrefixFields& fields) const
+    {
         char last = ' ';
         const auto put = [&](std::string_view text) {
             if (text.empty())
@@ -74,6 +85,10 @@ class PrefixTemplate {
             out.Append(text);
             last = text.back();
         };
+        if (_NeedsWordForWord(fields)) {
+            put(_WordForWord(fields));
+            return last;
+        }
         for (const Piece& piece : _m_pieces) {
             char scratch[kScratch];
             if (!piece.isToken)
@@ -84,8 +99,7 @@ class PrefixTemplate {
             else
                 put(_Value(piece.token, fields, scratch));
         }
-        if (last != ' ')
-            out.Append(" ");
+        return last;
     }
 
   private:
@@ -106,6 +120,7 @@ class PrefixTemplate {
     [[nodiscard]] std::string _WordForWord(const PrefixFields& fields) const;
 
     std::string _m_text;
+    PrefixTokens _m_tokens;
     std::vector<Piece> _m_pieces;
     bool _m_needsTime = false;
     bool _m_irregular = false; // has "<%" that begins no token: values could complete one

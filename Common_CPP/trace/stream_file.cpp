@@ -21,10 +21,10 @@ DWORD CheckPlainFile(HANDLE file, std::uint64_t& size) noexcept
 DWORD filebuf::Open(const CString& path, bool truncate)
 {
     CString kept = path; // before anything that cannot be undone
-    if (truncate && !::DeleteFileW(path)) {
-        const DWORD error = ::GetLastError();
-        if (error != ERROR_FILE_NOT_FOUND && error != ERROR_PATH_NOT_FOUND)
-            return error;
+    if (truncate) {
+        if (path == _m_path) // on some systems an open file keeps its name after it has been deleted
+            Close();
+        (void)::DeleteFileW(path); // where that fails, the old lines stay and the new ones follow them
     }
     CkxFileHandle file(::CreateFileW(path, FILE_APPEND_DATA | FILE_READ_ATTRIBUTES | SYNCHRONIZE,
                                      FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
@@ -38,7 +38,37 @@ DWORD filebuf::Open(const CString& path, bool truncate)
     _m_file = std::move(file);
     _m_path = std::move(kept);
     _m_size = size;
+    _m_askedAt = size;
     return ERROR_SUCCESS;
+}
+
+DWORD filebuf::Reopen(bool truncate)
+{
+    return Open(CString(_m_path), truncate);
+}
+
+bool filebuf::IsStillAtItsPath() const noexcept
+{
+    const CkxFileHandle there(::CreateFileW(_m_path, FILE_READ_ATTRIBUTES,
+                                            FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                            OPEN_EXISTING, FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
+    BY_HANDLE_FILE_INFORMATION ours{};
+    BY_HANDLE_FILE_INFORMATION theirs{};
+    return there && ::GetFileInformationByHandle(_m_file.Get(), &ours) &&
+           ::GetFileInformationByHandle(there.Get(), &theirs) && ours.nFileIndexLow == theirs.nFileIndexLow &&
+           ours.nFileIndexHigh == theirs.nFileIndexHigh &&
+           ours.dwVolumeSerialNumber == theirs.dwVolumeSerialNumber;
+}
+
+std::uint64_t filebuf::EstimatedSize() noexcept
+{
+    constexpr std::uint64_t askEvery = std::uint64_t{16} * 1024;
+    LARGE_INTEGER size{};
+    if (_m_size - _m_askedAt >= askEvery && ::GetFileSizeEx(_m_file.Get(), &size)) {
+        _m_size = static_cast<std::uint64_t>(size.QuadPart);
+        _m_askedAt = _m_size;
+    }
+    return _m_size;
 }
 
 bool filebuf::Write(std::string_view text) noexcept

@@ -28,14 +28,21 @@ class filebuf final : public D_StreamBuf_c {
 
     [[nodiscard]] const CString& Path() const noexcept { return _m_path; }
 
-    /// The file's size when it was opened and all that was written here since, in bytes: asking the system
-    /// at each line would cost as much as the line.
-    [[nodiscard]] std::uint64_t CountedSize() const noexcept { return _m_size; }
+    /// Opens the file at the same path anew, emptied if so asked; for emptying, it is closed first.
+    [[nodiscard]] DWORD Reopen(bool truncate);
+
+    /// False when the path leads to another file by now, or to none: somebody has renamed or deleted ours.
+    [[nodiscard]] bool IsStillAtItsPath() const noexcept;
+
+    /// The file's size in bytes: when it was opened, and all that was written here since. The system, which
+    /// knows of other writers, is asked only now and then: a question costs as much as a line.
+    [[nodiscard]] std::uint64_t EstimatedSize() noexcept;
 
   private:
     CkxFileHandle _m_file;
     CString _m_path;
     std::uint64_t _m_size = 0;
+    std::uint64_t _m_askedAt = 0; ///< the size when the system was asked last
 };
 
 using ofstream = D_OutStream_c<filebuf>;

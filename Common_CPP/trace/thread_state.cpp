@@ -2,7 +2,9 @@
 
 #include <windows.h>
 
+#include "Common_CPP/trace/messages.h"
 #include "Common_CPP/trace/trace_lock.h"
+#include "Common_CPP/trace/trace_runtime.h"
 
 #include <algorithm>
 #include <atomic>
@@ -76,13 +78,14 @@ union SharedRecord {
 
 SharedRecord g_shared;
 
-D_ThreadState_c& FallBack(const char* function) noexcept
+D_ThreadState_c& FallBack(void (*message)(kx::MessageSink&) noexcept) noexcept
 {
     g_disabled.store(true);
     const DWORD slot = g_slot.exchange(kNoSlot);
     if (slot != kNoSlot)
         ::TlsFree(slot);
-    (void)function;
+    if (D_Runtime_c* runtime = D_Runtime_c::Get())
+        message(*runtime);
     return g_shared.state;
 }
 
@@ -93,7 +96,7 @@ D_ThreadState_c& MakeRecord(DWORD slot) noexcept
         return g_shared.state;
     if (!::TlsSetValue(slot, record)) {
         delete record;
-        return FallBack("TlsSetValue");
+        return FallBack(kx::messages::TlsSetValueFailed);
     }
     record->next = g_records;
     record->link = &g_records;
@@ -120,7 +123,7 @@ D_ThreadState_c& D_ThreadState() noexcept
         if (auto* record = static_cast<D_ThreadState_c*>(::TlsGetValue(known)))
             return *record;
         if (::GetLastError() != ERROR_SUCCESS)
-            return FallBack("TlsGetValue");
+            return FallBack(kx::messages::TlsGetValueFailed);
     }
     if (g_disabled.load(std::memory_order_relaxed))
         return g_shared.state;
@@ -129,7 +132,7 @@ D_ThreadState_c& D_ThreadState() noexcept
     if (slot == kNoSlot) {
         slot = ::TlsAlloc();
         if (slot == TLS_OUT_OF_INDEXES)
-            return FallBack("TlsAlloc");
+            return FallBack(kx::messages::TlsAllocFailed);
         g_slot.store(slot, std::memory_order_release);
     }
     return MakeRecord(slot);

@@ -25,7 +25,18 @@
 /// Opens the scope of a method; at most one on a source line.
 #define KXT_SCOPE(name) const D_Scope_c KXT_JOIN(kxScope, __LINE__)(name, kxTraceClass)
 
-/// One trace line: `pieces` are values joined by <<.
+/// One trace line: `pieces` are values joined by <<. The level is a constant; what the rules say is
+/// remembered for the statement until the configuration changes.
 #define KXT_OUT(level, pieces)                                                                               \
-    D_Print(D_CallSite_c{__FILE__, __LINE__, kxTraceClass, level},                                           \
-            [&](D_Line_c& kxLine) { kxLine << pieces; })
+    do {                                                                                                     \
+        static constinit D_CallSite_c kxSite{__FILE__, __LINE__, kxTraceClass, level};                       \
+        if (!kxSite.IsKnownSuppressed())                                                                     \
+            D_Print(kxSite, [&](D_Line_c& kxLine) { kxLine << pieces; });                                    \
+    } while (false)
+
+/// The same for a level that is known only when it runs.
+#define KXT_OUT_AT(level, pieces)                                                                            \
+    do {                                                                                                     \
+        D_CallSite_c kxSite{__FILE__, __LINE__, kxTraceClass, level};                                        \
+        D_Print(kxSite, [&](D_Line_c& kxLine) { kxLine << pieces; });                                        \
+    } while (false)

@@ -73,19 +73,18 @@ void CkxGpPipe::_OpenEvent()
         KXT_OUT(KXT_ERROR, "ERROR: Cannot open KxGroupPolicyUpdate event. LastError=" << D_LastError);
 }
 
-bool CkxGpPipe::Send(const CString& document) const
+bool CkxGpPipe::Send(const CComBSTR& document) const
 {
     KXT_SCOPE("Send");
-    const auto size = kx::PipePayloadSize(static_cast<std::size_t>(document.GetLength()));
+    const auto size = kx::PipePayloadSize(document.Length());
     if (!size) {
-        KXT_OUT(KXT_ERROR,
-                "ERROR: The document is too long for one message. Length=" << document.GetLength());
+        KXT_OUT(KXT_ERROR, "ERROR: The document is too long for one message. Length=" << document.Length());
         return false;
     }
     const MutexTurn turn(_m_mutex.Get()); // before the pipe, which closes first
     CkxFileHandle pipe;
     return _WaitForInstance() && _Connect(pipe) && _Announce() && _Write(pipe, &*size, sizeof *size) &&
-           _Write(pipe, document.GetString(), *size);
+           _Write(pipe, document.m_str ? document.m_str : L"", *size);
 }
 
 // Which error goes with which words is what administrators' guides quote; keep it.

@@ -19,7 +19,7 @@ class CkxGpPipe {
 
     /// Delivers one document. Waits for other senders, and for the agent to read, without limit; at most
     /// 10 seconds for a free pipe. False when a step failed; that step has traced why.
-    [[nodiscard]] bool Send(const CString& document) const;
+    [[nodiscard]] bool Send(const CComBSTR& document) const;
 
   private:
     void _OpenMutex();

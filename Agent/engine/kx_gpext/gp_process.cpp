@@ -57,7 +57,7 @@ DWORD Run(const Refresh& refresh)
         return error;
     if (CkxGpUtils::TraceDumpEnabled())
         xml.Dump();
-    CString document;
+    CComBSTR document;
     if (!xml.SaveToString(document) || !pipe.Send(document)) {
         KXT_OUT(KXT_ERROR, "ERROR: Failed to send update to the agent. Update skipped till next time.");
         return ERROR_OVERRIDE_NOCHANGES;

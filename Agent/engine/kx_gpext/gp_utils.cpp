@@ -101,7 +101,7 @@ void CkxGpUtils::StatusReportV(PFNSTATUSMESSAGECALLBACK callback, std::uint32_t 
     const CkxLastErrorKeeper keeper;
     CString message;
     message.FormatV(format, arguments);
-    KXT_OUT(level, StatusPrefix(level) << message);
+    KXT_OUT_AT(level, StatusPrefix(level) << message);
     if (callback)
         callback(level < KXT_INFO, message.GetBuffer(message.GetLength()));
 }

@@ -217,7 +217,7 @@ void CkxGpXml::Dump() const
     (void)_m_xmldocGPUpdate.SaveToFile(path); // a failure has been traced, and changes nothing for the agent
 }
 
-bool CkxGpXml::SaveToString(CString& xml) const
+bool CkxGpXml::SaveToString(CComBSTR& xml) const
 {
     KXT_SCOPE("SaveToString");
     if (_m_xmldocGPUpdate.IsNull()) {

@@ -36,7 +36,7 @@ class CkxGpXml : public CAccessToken {
     void Dump() const;
 
     /// The document's text; false, traced, when it cannot be had whole.
-    [[nodiscard]] bool SaveToString(CString& xml) const;
+    [[nodiscard]] bool SaveToString(CComBSTR& xml) const;
 
   private:
     /// The thread works with the user's identity while this lives. The trace library opens no file

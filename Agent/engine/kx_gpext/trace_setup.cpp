@@ -12,11 +12,12 @@ void SetUpTrace() noexcept
         CString moduleFolder;
         if (!CkxUtil::GetModuleDir(moduleFolder, KxModule()))
             return;
+        D_SetConfigFile(kx::View(moduleFolder + L"\\kx_gpext.cfg"));
         const CString traceFolder = moduleFolder + L"\\Trace";
         CreateTraceFolder(traceFolder);
         std::string file;
         if (kx::WideToUtf8(kx::View(traceFolder), file))
-            (void)D_ToFile(file + "\\kx_gpext.trace");
+            (void)D_Directive("to_file@" + file + "\\kx_gpext.trace");
     } catch (...) { // out of memory: the library's defaults stay, and loading goes on
     }
 }
