@@ -1,0 +1,72 @@
+#include "Common_CPP/ntapi/ntapi.h"
+#include "Common_CPP/util/unique_handle.h"
+#include "Tests/support/temp_folder.h"
+
+#include <gtest/gtest.h>
+
+TEST(NtApi, FindsWhatIsThereAndSaysWhatIsNot)
+{
+    const auto tickCount = CkxNTAPI::Find<ULONGLONG(WINAPI*)()>(L"kernel32.dll", "GetTickCount64");
+    ASSERT_NE(tickCount, nullptr);
+    EXPECT_LE(tickCount() - ::GetTickCount64(), 60'000u);
+
+    using Function = void(WINAPI*)();
+    EXPECT_EQ(CkxNTAPI::Find<Function>("NtNoSuchFunction"), nullptr);
+    EXPECT_EQ(::GetLastError(), DWORD{ERROR_PROC_NOT_FOUND});
+    EXPECT_EQ(CkxNTAPI::Find<Function>(L"no_such_module.dll", "Function"), nullptr);
+    EXPECT_EQ(::GetLastError(), DWORD{ERROR_MOD_NOT_FOUND});
+}
+
+TEST(NtApi, ReadsInformationOfUnknownAndOfFixedSize)
+{
+    std::vector<BYTE> information;
+    ASSERT_EQ(CkxNTAPI::QuerySystemInformation(SystemProcessInformation, information), 0);
+    bool foundSelf = false;
+    for (std::size_t at = 0;;) {
+        ASSERT_LE(at + sizeof(SYSTEM_PROCESS_INFORMATION), information.size());
+        const auto& process = *reinterpret_cast<const SYSTEM_PROCESS_INFORMATION*>(information.data() + at);
+        foundSelf |= ::HandleToULong(process.UniqueProcessId) == ::GetCurrentProcessId();
+        if (process.NextEntryOffset == 0)
+            break;
+        at += process.NextEntryOffset;
+    }
+    EXPECT_TRUE(foundSelf);
+
+    ASSERT_EQ(CkxNTAPI::QuerySystemInformation(SystemBasicInformation, information), 0);
+    EXPECT_EQ(information.size(), sizeof(SYSTEM_BASIC_INFORMATION));
+    const NTSTATUS status = CkxNTAPI::QuerySystemInformation(9999, information);
+    EXPECT_EQ(status, static_cast<NTSTATUS>(0xC0000003));
+    EXPECT_EQ(information.size(), sizeof(SYSTEM_BASIC_INFORMATION));
+    EXPECT_EQ(CkxNTAPI::ErrorOf(status), DWORD{ERROR_INVALID_PARAMETER});
+}
+
+TEST(NtApi, OpensOnlyInsideTheFolder)
+{
+    const TempFolder folder;
+    folder.Write(L"inner\\file.txt", "x");
+    folder.Write(L"outside.txt", "x");
+    const std::wstring path = folder / L"inner";
+    const CkxFileHandle inner(::CreateFileW(path.c_str(), FILE_LIST_DIRECTORY, FILE_SHARE_READ, nullptr,
+                                            OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+
+    struct Row {
+        std::wstring name;
+        NTSTATUS status;
+    };
+
+    constexpr auto invalid = static_cast<NTSTATUS>(0xC000000D);
+    const Row rows[] = {
+        {L"FILE.txt", 0},        {L"none", static_cast<NTSTATUS>(0xC0000034)},
+        {L"", invalid},          {L".", invalid},
+        {L"..", invalid},        {L"..\\outside.txt", invalid},
+        {L"\\windows", invalid}, {std::wstring(40000, L'n'), invalid},
+    };
+    for (const Row& row : rows) {
+        HANDLE opened = nullptr;
+        const NTSTATUS status = CkxNTAPI::OpenInFolder(
+            inner.Get(), row.name, FILE_READ_ATTRIBUTES | SYNCHRONIZE, FILE_SYNCHRONOUS_IO_NONALERT, opened);
+        const CkxHandle held(opened);
+        EXPECT_EQ(status, row.status) << testing::PrintToString(row.name);
+        EXPECT_EQ(static_cast<bool>(held), row.status == 0);
+    }
+}

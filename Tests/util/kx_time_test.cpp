@@ -1,0 +1,121 @@
+#include "Common_CPP/util/kx_time.h"
+
+#include <gtest/gtest.h>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+struct TextRow {
+    const char* why;
+    const wchar_t* text;
+    const wchar_t* utc; ///< null: refused
+};
+
+const TextRow c_textRows[] = {
+    {"whole seconds", L"2024-02-29T12:34:56Z", L"2024-02-29T12:34:56.0000000Z"},
+    {"full fraction", L"2024-02-29T12:34:56.1234567Z", L"2024-02-29T12:34:56.1234567Z"},
+    {"short fraction, comma", L"2024-02-29T12:34:56,5Z", L"2024-02-29T12:34:56.5000000Z"},
+    {"digits beyond the seventh", L"2024-02-29T12:34:56.123456789Z", L"2024-02-29T12:34:56.1234567Z"},
+    {"east of UTC, the day before", L"2024-03-01T00:30:00+01:30", L"2024-02-29T23:00:00.0000000Z"},
+    {"west of UTC, the year after", L"2023-12-31T23:00:00-02:00", L"2024-01-01T01:00:00.0000000Z"},
+    {"first moment", L"1601-01-01T00:00:00Z", L"1601-01-01T00:00:00.0000000Z"},
+    {"last moment", L"9999-12-31T23:59:59.9999999Z", L"9999-12-31T23:59:59.9999999Z"},
+    {"before the first moment", L"1601-01-01T00:00:00+00:01", nullptr},
+    {"before 1601", L"1600-12-31T23:59:59Z", nullptr},
+    {"no such day", L"2023-02-29T00:00:00Z", nullptr},
+    {"no such day, local", L"2023-02-29T00:00:00", nullptr},
+    {"no such hour", L"2024-01-01T24:00:00Z", nullptr},
+    {"leap second", L"2016-12-31T23:59:60Z", nullptr},
+    {"no such offset", L"2024-01-01T00:00:00+24:00", nullptr},
+    {"offset cut short", L"2024-01-01T00:00:00+01", nullptr},
+    {"empty fraction", L"2024-01-01T00:00:00.Z", nullptr},
+    {"something after it", L"2024-01-01T00:00:00Z ", nullptr},
+    {"one digit missing", L"2024-1-01T00:00:00Z", nullptr},
+    {"blank for T", L"2024-01-01 00:00:00Z", nullptr},
+    {"sign in a number", L"2024-+1-01T00:00:00Z", nullptr},
+    {"nothing", L"", nullptr},
+};
+
+} // namespace
+
+TEST(Time, ReadsAndWritesIsoText)
+{
+    for (const TextRow& row : c_textRows) {
+        CkxTime time(42);
+        EXPECT_EQ(CkxTime::Parse(row.text, time), row.utc != nullptr) << row.why;
+        CString text;
+        ASSERT_TRUE(time.FormatUtc(text));
+        EXPECT_STREQ(text, row.utc != nullptr ? row.utc : L"1601-01-01T00:00:00.0000042Z") << row.why;
+    }
+}
+
+TEST(Time, LocalTextReadsBackExactly)
+{
+    for (const wchar_t* text : {L"2024-01-15T12:00:00.1234567Z", L"2024-07-15T12:00:00.7654321Z"}) {
+        CkxTime time;
+        CkxTime again;
+        CString local;
+        ASSERT_TRUE(CkxTime::Parse(text, time) && time.FormatLocal(local));
+        EXPECT_TRUE(CkxTime::Parse(local.GetString(), again)) << local.GetString();
+        EXPECT_EQ(again, time) << local.GetString();
+        // Without its offset it is the local time, which means the same here.
+        EXPECT_TRUE(CkxTime::Parse(local.Left(local.GetLength() - 6).GetString(), again));
+        EXPECT_EQ(again, time);
+    }
+}
+
+TEST(Time, ConvertsBothWays)
+{
+    const FILETIME file = {0x89ABCDEF, 0x01234567};
+    const CkxTime time(file);
+    EXPECT_EQ(time.GetTicks(), 0x0123456789ABCDEFu);
+    EXPECT_EQ(time.ToFileTime().dwLowDateTime, file.dwLowDateTime);
+    EXPECT_EQ(time.ToFileTime().dwHighDateTime, file.dwHighDateTime);
+
+    SYSTEMTIME utc = {};
+    SYSTEMTIME local = {};
+    CkxTime fromUtc;
+    CkxTime fromLocal;
+    ASSERT_TRUE(time.ToUtc(utc) && CkxTime::FromUtc(utc, fromUtc));
+    ASSERT_TRUE(time.ToLocal(local) && CkxTime::FromLocal(local, fromLocal));
+    EXPECT_EQ(fromUtc, fromLocal);
+    EXPECT_TRUE(time - fromUtc >= 0ms && time - fromUtc < 1ms);
+}
+
+TEST(Time, BeyondTheCalendarNothingChanges)
+{
+    const CkxTime never(~std::uint64_t{0});
+    SYSTEMTIME date = {};
+    date.wYear = 1234;
+    CString text = L"kept";
+    EXPECT_FALSE(never.ToUtc(date) || never.ToLocal(date) || never.FormatUtc(text) ||
+                 never.FormatLocal(text));
+    EXPECT_EQ(date.wYear, 1234);
+    EXPECT_FALSE(CkxTime(0x7FFFFFFFFFFFFFFF).FormatUtc(text)); // year 30828
+    EXPECT_STREQ(text, L"kept");
+}
+
+TEST(Time, DifferencesAndMovesKeepTheirBounds)
+{
+    constexpr std::uint64_t most = ~std::uint64_t{0};
+    EXPECT_EQ(CkxTime(5) - CkxTime(7), kx::Ticks(-2));
+    EXPECT_EQ(CkxTime(most) - CkxTime(), (kx::Ticks::max)());
+    EXPECT_EQ(CkxTime() - CkxTime(most), -(kx::Ticks::max)());
+    CkxTime time(10);
+    EXPECT_TRUE(time.Add(1us) && time.Add(-kx::Ticks(20)));
+    EXPECT_EQ(time, CkxTime());
+    EXPECT_FALSE(time.Add(-kx::Ticks(1)) || CkxTime(most).Add(kx::Ticks(1)));
+    EXPECT_TRUE(time.Add(kx::Ticks(0)));
+    EXPECT_LT(CkxTime(1), CkxTime(most));
+}
+
+TEST(Time, NowIsTheSystemsClock)
+{
+    SYSTEMTIME system = {};
+    ::GetSystemTime(&system);
+    CkxTime clock;
+    ASSERT_TRUE(CkxTime::FromUtc(system, clock));
+    EXPECT_LT(CkxTime::Now() - clock, 10s);
+    EXPECT_GT(CkxTime::Now() - clock, -1s);
+}
