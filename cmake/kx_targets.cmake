@@ -14,6 +14,9 @@ if(WIN32)
   target_link_options(kx_options INTERFACE
     -static -Wl,--gc-sections -Wl,--dynamicbase -Wl,--nxcompat -Wl,--high-entropy-va)
 endif()
+if(KX_FUZZ)
+  add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
 if(KX_SANITIZE)
   add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
   add_link_options(-fsanitize=address,undefined)
@@ -73,6 +76,14 @@ function(kx_test name)
     set_tests_properties(${name} PROPERTIES RESOURCE_LOCK agent_names LABELS "wine;serial")
   endif()
   set_tests_properties(${name} PROPERTIES TIMEOUT 300)
+endfunction()
+
+# kx_fuzz(name SOURCES sources LIBRARIES libraries): a libFuzzer program.
+function(kx_fuzz name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;LIBRARIES" ${ARGN})
+  add_executable(${name} ${ARG_SOURCES})
+  target_link_libraries(${name} PRIVATE ${ARG_LIBRARIES} kx_options)
+  target_link_options(${name} PRIVATE -fsanitize=fuzzer)
 endfunction()
 
 # kx_ship(target): puts the stripped program into build/stage/, its debug data beside it in a file of its own.

@@ -69,6 +69,7 @@ TEST(CComPtrTest, EveryOperationKeepsTheCount)
         MoveOnto(second, alias);
         EXPECT_TRUE(references == 2 && second == first);
         CComPtr<Counted> third = std::move(second);
+        // cppcheck-suppress accessMoved
         EXPECT_TRUE(references == 2 && !second && third);
         third = first;
         EXPECT_EQ(references, 2);
