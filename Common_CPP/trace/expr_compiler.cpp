@@ -87,7 +87,7 @@ bool Compiler::_Walk(std::string_view expression)
     if (!_Items(expression) || !_Close('{') || _m_levels.size() != 1)
         return false;
     _m_build.Finish(_Content(_m_levels.front()));
-    return true;
+    return _m_program.steps.size() <= kMaxSteps;
 }
 
 bool Compiler::_Items(std::string_view text)

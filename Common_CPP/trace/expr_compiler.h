@@ -7,7 +7,8 @@
 namespace kx {
 
 /// Compiles the text "{" + `expression` + "}" into `program`. False when it is not well formed or longer than
-/// kMaxExpression; `program` is of no use then. Throws std::bad_alloc only; never recurses with the nesting.
+/// kMaxExpression or makes more than kMaxSteps; `program` is of no use then. Throws std::bad_alloc only;
+/// never recurses with the nesting.
 ///
 /// From loosest to tightest: `|` parts alternatives, which may be empty; items follow one another; `!` in
 /// front of an item with its repetition negates it (`!!x` looks ahead for x); `?` `*` `+` repeat the single

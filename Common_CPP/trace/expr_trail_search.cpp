@@ -19,7 +19,10 @@ class TrailSearch {
   public:
     // cppcheck-suppress uninitMemberVar // scratch, set by whoever uses it first
     TrailSearch(const ExprProgram& program, std::string_view subject) noexcept
-        : _m_program(program), _m_subject(subject)
+        : _m_program(program),
+          _m_subject(subject),
+          _m_maxSteps(std::clamp(std::uint64_t{4} * program.steps.size() * subject.size(), kMinSearchSteps,
+                                 kMaxSearchSteps))
     {
     }
 
@@ -53,6 +56,7 @@ class TrailSearch {
 
     const ExprProgram& _m_program;
     const std::string_view _m_subject;
+    const std::uint64_t _m_maxSteps;
     Scratch<std::uint32_t, 2 * kNamedGroups + 12> _m_slots; // start and end a group, then the marks
     Scratch<Entry, kInlineTrail> _m_trail;
     std::uint32_t _m_trailSize = 0;
@@ -87,7 +91,7 @@ bool TrailSearch::_RunFrom(std::uint32_t at) noexcept
         const ExprStep& step = _m_program.steps[_m_index];
         if (step.op == ExprOp::Match)
             return true;
-        if (++_m_steps > kMaxSearchSteps)
+        if (++_m_steps > _m_maxSteps)
             _m_exhausted = true;
         if (!_Do(step) && (_m_exhausted || !_Resume()))
             return false;
@@ -104,7 +108,8 @@ bool TrailSearch::_Do(const ExprStep& step) noexcept
     case ExprOp::Maybe:
         return _DoMaybe(step);
     case ExprOp::Again:
-        return at == _m_slots.Data()[std::size_t{2} * kNamedGroups + _m_program.steps[step.alt].alt] || _DoMaybe(step);
+        return at == _m_slots.Data()[std::size_t{2} * kNamedGroups + _m_program.steps[step.alt].alt] ||
+               _DoMaybe(step);
     case ExprOp::Mark:
         return _Set(2 * kNamedGroups + step.alt, at);
     case ExprOp::Open:

@@ -27,16 +27,20 @@
 
 /// One trace line: `pieces` are values joined by <<. The level is a constant; what the rules say is
 /// remembered for the statement until the configuration changes.
+// NOLINTBEGIN(bugprone-macro-parentheses): the pieces are joined by <<, which parentheses would undo.
 #define KXT_OUT(level, pieces)                                                                               \
     do {                                                                                                     \
         static constinit D_CallSite_c kxSite{__FILE__, __LINE__, kxTraceClass, level};                       \
         if (!kxSite.IsKnownSuppressed())                                                                     \
             D_Print(kxSite, [&](D_Line_c& kxLine) { kxLine << pieces; });                                    \
     } while (false)
+// NOLINTEND(bugprone-macro-parentheses)
 
 /// The same for a level that is known only when it runs.
+// NOLINTBEGIN(bugprone-macro-parentheses)
 #define KXT_OUT_AT(level, pieces)                                                                            \
     do {                                                                                                     \
         D_CallSite_c kxSite{__FILE__, __LINE__, kxTraceClass, level};                                        \
         D_Print(kxSite, [&](D_Line_c& kxLine) { kxLine << pieces; });                                        \
     } while (false)
+// NOLINTEND(bugprone-macro-parentheses)

@@ -67,9 +67,12 @@ class Expression {
         bool operator==(const State&) const = default;
     };
 
+    // A place in the subject, which is never negative here.
+    static std::size_t Index(std::int8_t at) { return static_cast<std::uint8_t>(at); }
+
     // A set of states, without heap. One that overflows makes the search give up.
     struct States {
-        States() {}
+        States() {} // NOLINT(modernize-use-equals-default): the list stays unset, for speed
 
         explicit States(const State& state) : size(1) { list[0] = state; }
 
@@ -234,7 +237,7 @@ class Expression {
         switch (node.kind) {
         case Kind::Byte: {
             State after = state;
-            const auto at = static_cast<std::size_t>(after.at++);
+            const auto at = Index(after.at++);
             if (at < _m_subject.size() && node.bytes[static_cast<unsigned char>(_m_subject[at])])
                 return States(after);
             return States();
@@ -265,9 +268,9 @@ class Expression {
             const std::int8_t length = state.length[node.group];
             if (length < 0)
                 return States();
-            const auto size = static_cast<std::size_t>(length);
-            const auto from = static_cast<std::size_t>(state.from[node.group]);
-            if (_m_subject.substr(static_cast<std::size_t>(state.at), size) != _m_subject.substr(from, size))
+            const auto size = Index(length);
+            const auto from = Index(state.from[node.group]);
+            if (_m_subject.substr(Index(state.at), size) != _m_subject.substr(from, size))
                 return States();
             State after = state;
             after.at = static_cast<std::int8_t>(after.at + length);

@@ -96,6 +96,7 @@ TEST(Expr, RefusesWhatIsNotWellFormed)
         "{a}\\2",
         "{a}\\d\\5",
         std::string(kx::kMaxExpression + 1, 'a'),
+        std::string(kx::kMaxSteps, 'a'), // one step each, and those around them
     };
     for (const std::string& expression : kRows)
         EXPECT_FALSE(Expr::Compile(expression)) << expression;
