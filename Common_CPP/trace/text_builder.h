@@ -1,46 +1,16 @@
-// Text without streams and without a locale: numbers as decimal text, and a builder over fixed memory.
+// Text without streams and without a locale, in fixed memory.
 #pragma once
 
-#include <concepts>
+#include "Common_CPP/util/number_text.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
-#include <utility>
 
 namespace kx {
 
-/// The decimal text of one number, held in the object: usable as a piece of a message in one expression.
-class Decimal {
-  public:
-    /// `value` with leading zeros up to `width` digits (20 at most); a wider number is written in full, and
-    /// a negative one gets no zeros.
-    template <std::integral Number>
-    explicit Decimal(Number value, std::size_t width = 1) noexcept
-    {
-        if (std::cmp_less(value, 0))
-            // Negated as unsigned, since the lowest number has no positive counterpart.
-            _Write(0 - static_cast<std::uint64_t>(value), 1, true);
-        else
-            _Write(static_cast<std::uint64_t>(value), width, false);
-    }
-
-    /// The text; valid as long as the object.
-    [[nodiscard]] std::string_view View() const noexcept
-    {
-        return {_m_digits + _m_start, kCapacity - _m_start};
-    }
-
-    /// As View(), so that a number can stand in a list of text pieces.
-    operator std::string_view() const noexcept { return View(); }
-
-  private:
-    void _Write(std::uint64_t value, std::size_t width, bool negative) noexcept;
-
-    static constexpr std::size_t kCapacity = 21; // a sign and the twenty digits of 2^64 - 1
-
-    char _m_digits[kCapacity];
-    std::size_t _m_start = kCapacity;
-};
+/// The decimal text of one number: usable as a piece of a message in one expression.
+using Decimal = DecimalText<char>;
 
 /// Appends text to memory of the caller and drops what does not fit. Never allocates, never throws.
 class TextBuilder {

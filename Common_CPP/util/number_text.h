@@ -15,6 +15,7 @@
 #include <concepts>
 #include <cstdint>
 #include <string_view>
+#include <utility>
 
 namespace kx {
 
@@ -39,18 +40,20 @@ template <class Char>
 template <class Char>
 [[nodiscard]] bool ScanAnyBaseInt64(std::basic_string_view<Char> text, std::int64_t& value) noexcept;
 
-/// A number written in decimal, ending in NUL, inside the object itself.
+/// A number written in decimal, ending in NUL, inside the object itself: as "%d", "%u", "%I64d" or "%I64u"
+/// would write it.
 template <class Char>
 class DecimalText {
   public:
-    /// Writes `magnitude`, after a minus sign if `negative`.
-    DecimalText(std::uint64_t magnitude, bool negative) noexcept
+    /// `value` with leading zeros up to `width` digits (20 at most); a wider number is written in full, and
+    /// a negative one gets no zeros.
+    template <std::integral Int>
+    explicit DecimalText(Int value, std::size_t width = 1) noexcept
     {
-        _m_text[c_end] = Char{};
-        do {
-            _m_text[--_m_start] = static_cast<Char>('0' + magnitude % 10);
-            magnitude /= 10;
-        } while (magnitude != 0);
+        const bool negative = std::cmp_less(value, 0);
+        // Negated as unsigned, since the lowest number has no positive counterpart.
+        _Write(negative ? 0 - static_cast<std::uint64_t>(value) : static_cast<std::uint64_t>(value),
+               negative ? 1 : width);
         if (negative)
             _m_text[--_m_start] = static_cast<Char>('-');
     }
@@ -61,20 +64,31 @@ class DecimalText {
     /// The text; valid as long as this object.
     [[nodiscard]] std::basic_string_view<Char> View() const noexcept { return {Get(), c_end - _m_start}; }
 
+    /// As View(), so that a number can stand in a list of text pieces.
+    operator std::basic_string_view<Char>() const noexcept { return View(); }
+
   private:
-    static constexpr std::size_t c_end = 20; // the longest: a sign and 19 digits, or 20 digits
+    void _Write(std::uint64_t value, std::size_t width) noexcept
+    {
+        _m_text[c_end] = Char{};
+        do {
+            _m_text[--_m_start] = static_cast<Char>('0' + value % 10);
+            value /= 10;
+        } while (value != 0 || (c_end - _m_start < width && c_end - _m_start < c_maxDigits));
+    }
+
+    static constexpr std::size_t c_maxDigits = 20; // of 2^64 - 1
+    static constexpr std::size_t c_end = c_maxDigits + 1;
 
     Char _m_text[c_end + 1];
     std::size_t _m_start = c_end;
 };
 
-/// `value` as "%d", "%u", "%I64d" or "%I64u" would write it.
+/// `value` in decimal, for a character type that is to be named.
 template <class Char, std::integral Int>
 [[nodiscard]] DecimalText<Char> FormatInt(Int value) noexcept
 {
-    const bool negative = std::signed_integral<Int> && value < Int{0};
-    const auto bits = static_cast<std::uint64_t>(value);
-    return DecimalText<Char>(negative ? 0 - bits : bits, negative);
+    return DecimalText<Char>(value);
 }
 
 } // namespace kx
