@@ -8,16 +8,14 @@ namespace {
 
 constexpr std::string_view kCut = ".../";
 
-// Where the `level`-th slash from the end stands, or npos.
+// Where the `level`-th slash from the end stands, or npos. Every line asks, and a search for one of several
+// characters in the library would be a call for each that it looks at.
 std::size_t SlashFromEnd(std::string_view path, unsigned level) noexcept
 {
-    std::size_t at = path.size();
-    for (unsigned found = 0; found < level; ++found) {
-        at = at == 0 ? std::string_view::npos : path.find_last_of("/\\", at - 1);
-        if (at == std::string_view::npos)
-            break;
-    }
-    return at;
+    for (std::size_t at = path.size(); at-- > 0;)
+        if ((path[at] == '/' || path[at] == '\\') && --level == 0)
+            return at;
+    return std::string_view::npos;
 }
 
 } // namespace

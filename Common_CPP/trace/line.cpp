@@ -92,11 +92,6 @@ D_Line_c& D_Line_c::operator<<(std::string_view text) noexcept
     return *this;
 }
 
-D_Line_c& D_Line_c::operator<<(const char* text) noexcept
-{
-    return *this << std::string_view(text ? text : "<NULL>");
-}
-
 D_Line_c& D_Line_c::operator<<(const wchar_t* text) noexcept
 {
     return text ? *this << std::wstring_view(text) : *this << "<NULL>";

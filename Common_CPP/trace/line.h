@@ -28,7 +28,12 @@ class D_Line_c {
     D_Line_c& operator=(const D_Line_c&) = delete;
 
     D_Line_c& operator<<(std::string_view text) noexcept;
-    D_Line_c& operator<<(const char* text) noexcept;
+
+    /// Inline, so that the length of a literal is known when compiling.
+    D_Line_c& operator<<(const char* text) noexcept
+    {
+        return *this << std::string_view(text ? text : "<NULL>");
+    }
 
     D_Line_c& operator<<(char character) noexcept { return *this << std::string_view(&character, 1); }
 

@@ -76,6 +76,8 @@ bool D_Outputs_c::CopyTo(std::string_view name, kx::MessageSink& sink) noexcept
 void D_Outputs_c::SwitchToGeneric(D_GenericSink sink, void* context) noexcept
 {
     _m_generic.Buf().Register(sink, context);
+    if (!sink && _m_main.name != kGenericName)
+        return;
     _Use(sink ? Named{kGenericName, &_m_generic.Buf()} : _FindStream(D_IsConsoleProgram() ? "err" : "dbg"),
          true);
 }

@@ -27,14 +27,22 @@ class D_Outputs_c {
     /// Copies everything to "out", "err" or "dbg" as well.
     bool CopyTo(std::string_view name, kx::MessageSink& sink) noexcept;
 
-    /// Switches to a sink of the program; null goes back to the default output.
+    /// Switches to a sink of the program; null ends that, and where output went there, it goes to the
+    /// default output again.
     void SwitchToGeneric(D_GenericSink sink, void* context) noexcept;
 
-    /// Switches to the file at `path` (UTF-8; may hold file tokens). Throws std::bad_alloc only.
+    /// Switches to the file at `path` (UTF-8; may hold file tokens). Throws only when memory
+    /// ends.
     bool SwitchToFile(std::string_view path, bool truncate, bool keepAux, kx::MessageSink& sink);
 
     /// The trace file, open or not.
     [[nodiscard]] filebuf& File() noexcept { return _m_file.Buf(); }
+
+    /// True when output goes to the trace file, yet it could not be opened again after it was emptied.
+    [[nodiscard]] bool HasLostFile() noexcept
+    {
+        return _m_main.buffer == &_m_file.Buf() && !_m_file.Buf().IsOpen();
+    }
 
     /// Which outputs are set, as the settings dump shows them.
     [[nodiscard]] kx::OutputState State() const noexcept;

@@ -13,6 +13,9 @@ class D_Silence_c {
     /// nothing traced before may stay on disk.
     bool Refresh(std::uint64_t tick) noexcept;
 
+    /// The tick from which Refresh() reads again.
+    [[nodiscard]] std::uint64_t ReadAgainAt() const noexcept { return _m_readAt + kReadAgainMs; }
+
     /// No trace statement prints.
     [[nodiscard]] bool IsShutUp() const noexcept { return _m_shutUp || _m_registry; }
 

@@ -16,15 +16,24 @@ DWORD CheckPlainFile(HANDLE file, std::uint64_t& size) noexcept
     return ERROR_SUCCESS;
 }
 
+// Deletes the file, under another name if possible: one that somebody holds open keeps its name, on some
+// systems, until he lets go.
+void Remove(const CString& path)
+{
+    CString aside;
+    aside.Format(L"%ls.%lu-%llu", path.GetString(), ::GetCurrentProcessId(), ::GetTickCount64());
+    (void)::DeleteFileW(::MoveFileW(path, aside) ? aside : path);
+}
+
 } // namespace
 
 DWORD filebuf::Open(const CString& path, bool truncate)
 {
     CString kept = path; // before anything that cannot be undone
     if (truncate) {
-        if (path == _m_path) // on some systems an open file keeps its name after it has been deleted
+        if (path == _m_path)
             Close();
-        (void)::DeleteFileW(path); // where that fails, the old lines stay and the new ones follow them
+        Remove(path); // where that fails, the old lines stay and the new ones follow them
     }
     CkxFileHandle file(::CreateFileW(path, FILE_APPEND_DATA | FILE_READ_ATTRIBUTES | SYNCHRONIZE,
                                      FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,

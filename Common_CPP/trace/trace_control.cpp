@@ -45,16 +45,21 @@ void D_SetConfigFile(std::wstring_view path) noexcept
     D_Runtime_c* const runtime = D_Runtime_c::Get();
     if (!runtime) // the default configuration must not be read first, so this is no common operation
         return;
+    D_ThreadState_c& thread = D_ThreadState();
+    ++thread.reentry;
     try {
-        runtime->SetConfigName(path, D_ThreadState());
+        runtime->SetConfigName(path, thread);
     } catch (...) {
         kx::messages::OperatorNewFailed(*runtime);
     }
+    --thread.reentry;
 }
 
 bool D_Directive(std::string_view line) noexcept
 {
-    return Operate([&](D_Runtime_c& runtime, const D_ThreadState_c&) { return runtime.Apply(line, 0); });
+    return Operate([&](D_Runtime_c& runtime, const D_ThreadState_c& thread) {
+        return runtime.Apply(line, 0, !thread.noFileOperations);
+    });
 }
 
 bool D_ToStream(std::string_view name, bool keepAux) noexcept
@@ -142,6 +147,7 @@ bool D_CanTrace() noexcept
 
 void D_ThreadEnds() noexcept
 {
+    const CkxLastErrorKeeper keeper;
     D_FreeThreadState();
 }
 

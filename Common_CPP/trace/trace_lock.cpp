@@ -8,10 +8,6 @@ namespace {
 
 enum LockState : int { kAbsent = 0, kBeingMade = 1, kReady = 2 };
 
-// A statement holds the lock for one write to the trace file, a few microseconds: shorter than a wait in
-// the kernel, so a second thread spins that long first.
-constexpr DWORD kSpinCount = 4000;
-
 std::atomic<int> g_lockState{kAbsent};
 CRITICAL_SECTION g_lock;
 
@@ -20,7 +16,9 @@ CRITICAL_SECTION* TheLock() noexcept
     while (g_lockState.load(std::memory_order_acquire) != kReady) {
         int expected = kAbsent;
         if (g_lockState.compare_exchange_strong(expected, kBeingMade)) {
-            (void)::InitializeCriticalSectionAndSpinCount(&g_lock, kSpinCount); // cannot fail since Vista
+            // No spin count: with more threads than processors, those that spin take the time that the owner
+            // needs for its write; measured, spinning costs a line a fifth and more.
+            (void)::InitializeCriticalSectionAndSpinCount(&g_lock, 0); // cannot fail since Vista
             g_lockState.store(kReady, std::memory_order_release);
         } else if (expected == kBeingMade) {
             ::SwitchToThread();

@@ -74,9 +74,8 @@ void D_Runtime_c::Refresh(const D_ThreadState_c& thread, bool now) noexcept
         if (std::exchange(_m_mustEmpty, false))
             _EmptyTraceFile();
         _RefreshConfig(now || !_m_everRead);
-        const std::uint64_t next =
-            std::min<std::uint64_t>(std::uint64_t{settings.refreshSeconds} * 1000, D_Silence_c::kReadAgainMs);
-        g_decisions.dueTick.store(::GetTickCount64() + next, std::memory_order_relaxed);
+        const std::uint64_t configDue = _m_checkedAt + std::uint64_t{settings.refreshSeconds} * 1000;
+        g_decisions.dueTick.store(std::min(configDue, silence.ReadAgainAt()), std::memory_order_relaxed);
     }
     Publish();
 }
@@ -88,7 +87,7 @@ void D_Runtime_c::_EmptyTraceFile() noexcept
         return;
     try {
         (void)file.Reopen(true);
-    } catch (const std::bad_alloc&) {
+    } catch (...) {          // out of memory, as std::bad_alloc or as CAtlException
         _m_mustEmpty = true; // the next time
     }
 }
@@ -107,7 +106,8 @@ void D_Runtime_c::_RefreshConfig(bool now) noexcept
             return;
         _m_configTime = written;
         _ReadConfig();
-    } catch (const std::bad_alloc&) {
+    } catch (...) {         // out of memory, as std::bad_alloc or as CAtlException
+        _m_configTime = {}; // whatever is missing is read the next time
         kx::messages::OperatorNewFailed(*this);
     }
 }
@@ -135,12 +135,12 @@ void D_Runtime_c::_ApplyFile(std::string_view text)
         if (line->isTooLong)
             kx::messages::IllegalLine(*this, _m_configText, line->text);
         else
-            (void)Apply(line->text, line->number);
+            (void)Apply(line->text, line->number, true);
     }
     kx::messages::Separator(*this);
 }
 
-bool D_Runtime_c::Apply(std::string_view text, std::uint32_t line) noexcept
+bool D_Runtime_c::Apply(std::string_view text, std::uint32_t line, bool maySwitchOutputs) noexcept
 {
     const kx::ParseResult parsed = kx::ParseDirective(text, *this);
     if (parsed.outcome == kx::ParseOutcome::NotADirective)
@@ -148,8 +148,11 @@ bool D_Runtime_c::Apply(std::string_view text, std::uint32_t line) noexcept
     if (!parsed.directive)
         return false;
     try {
-        return _PerformTask(kx::Apply(settings, *parsed.directive, line, *this), *parsed.directive);
-    } catch (const std::bad_alloc&) {
+        const kx::OutputTask task = kx::Apply(settings, *parsed.directive, line, *this);
+        if (!maySwitchOutputs && task != kx::OutputTask::None && task != kx::OutputTask::PrintDump)
+            return false;
+        return _PerformTask(task, *parsed.directive);
+    } catch (...) { // out of memory, as std::bad_alloc or as CAtlException
         kx::messages::OperatorNewFailed(*this);
         return false;
     }
@@ -186,12 +189,28 @@ void D_Runtime_c::SetConfigName(std::wstring_view name, const D_ThreadState_c& t
 void D_Runtime_c::CheckFileSize(const D_ThreadState_c& thread) noexcept
 {
     filebuf& file = outputs.File();
-    if (thread.noFileOperations || silence.IsShutUp() || !settings.rotation || !file.IsOpen())
+    if (thread.noFileOperations || silence.IsShutUp())
+        return;
+    if (outputs.HasLostFile())
+        _OpenLostFile();
+    if (!settings.rotation || !file.IsOpen())
         return;
     if (!kx::IsRotationDue(file.EstimatedSize(), settings.rotation) || ::GetTickCount64() < _m_rotateAgainAt)
         return;
     if (!D_RotateTraceFile(file, *settings.rotation))
         _m_rotateAgainAt = ::GetTickCount64() + kRotateAgainMs;
+}
+
+void D_Runtime_c::_OpenLostFile() noexcept
+{
+    if (::GetTickCount64() < _m_rotateAgainAt)
+        return;
+    _m_rotateAgainAt = ::GetTickCount64() + kRotateAgainMs;
+    try {
+        if (outputs.File().Reopen(false) == ERROR_SUCCESS)
+            _m_rotateAgainAt = 0;
+    } catch (...) { // out of memory: the next time
+    }
 }
 
 void D_Runtime_c::Publish() noexcept

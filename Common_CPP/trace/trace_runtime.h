@@ -40,10 +40,11 @@ class D_Runtime_c final : public kx::MessageSink {
     void SetConfigName(std::wstring_view name, const D_ThreadState_c& thread);
 
     /// Lets one directive take effect, as line `line` of the file or, with 0, of the program. False, with
-    /// its message, when the text is none.
-    bool Apply(std::string_view text, std::uint32_t line) noexcept;
+    /// its message, when the text is none, and without one where it would switch outputs and must not.
+    bool Apply(std::string_view text, std::uint32_t line, bool maySwitchOutputs) noexcept;
 
-    /// The file's size limit: empties or rotates the trace file when it has outgrown it.
+    /// The file's size limit: empties or rotates the trace file when it has outgrown it. One that could not
+    /// be opened again when it was emptied is tried anew.
     void CheckFileSize(const D_ThreadState_c& thread) noexcept;
 
     /// Lets go of cached decisions after a change, and takes over what is read without the lock.
@@ -63,6 +64,7 @@ class D_Runtime_c final : public kx::MessageSink {
     void _RefreshConfig(bool now) noexcept;
     void _ReadConfig();
     void _ApplyFile(std::string_view text);
+    void _OpenLostFile() noexcept;
     [[nodiscard]] bool _PerformTask(kx::OutputTask task, const kx::Directive& directive);
     void _EmptyTraceFile() noexcept;
 
