@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -32,10 +33,9 @@ inline std::vector<std::string> Lines(std::string_view text)
 inline std::string Narrow(const std::wstring& path)
 {
     std::string text(path.size() * 3, '\0');
-    text.resize(static_cast<std::size_t>(::WideCharToMultiByte(CP_UTF8, 0, path.data(),
-                                                               static_cast<int>(path.size()), text.data(),
-                                                               static_cast<int>(text.size()), nullptr,
-                                                               nullptr)));
+    text.resize(static_cast<std::size_t>(
+        ::WideCharToMultiByte(CP_UTF8, 0, path.data(), static_cast<int>(path.size()), text.data(),
+                              static_cast<int>(text.size()), nullptr, nullptr)));
     return text;
 }
 
@@ -61,6 +61,23 @@ class TickJump {
     static inline ULONGLONG s_ahead = 0;
     PatchedImport _m_patch;
 };
+
+/// Runs `body` on a thread of its own, which tells the library when it ends, as the extension's threads do.
+inline void OnThread(const std::function<void()>& body)
+{
+    struct Thread {
+        static DWORD WINAPI Run(void* context)
+        {
+            (*static_cast<const std::function<void()>*>(context))();
+            D_ThreadEnds();
+            return 0;
+        }
+    };
+
+    const CkxHandle thread(
+        ::CreateThread(nullptr, 0, &Thread::Run, const_cast<std::function<void()>*>(&body), 0, nullptr));
+    ::WaitForSingleObject(thread.Get(), INFINITE);
+}
 
 class TraceFixture : public testing::Test {
   protected:

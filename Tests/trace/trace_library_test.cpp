@@ -11,8 +11,8 @@ namespace {
 constexpr DWORD kMagic = 0x12345678;
 
 class Statement : public TraceFixture {};
+
 class Scope : public TraceFixture {};
-class ConfigFile : public TraceFixture {};
 
 int g_built = 0;
 
@@ -117,6 +117,7 @@ TEST_F(Statement, SelftestRulesAnswerTheProgram)
 }
 
 struct Tracer { // a value that traces while it is printed
+
     friend D_Line_c& operator<<(D_Line_c& line, const Tracer&)
     {
         KXT_SCOPE("Inside");
@@ -151,7 +152,7 @@ TEST_F(Statement, ASinkThatTracesGetsNothingOfItsOwn)
     Say(KXT_ERROR);
     EXPECT_EQ(calls, 1);
     calls = 0;
-    D_SetConfigFile(ConfigPath()); // four lines: two separators, the two of the reading, the prefix
+    D_SetConfigFile(ConfigPath()); // says that it reads, of which file, what it found, in a frame
     EXPECT_EQ(calls, 5);
 }
 
@@ -286,7 +287,8 @@ TEST_F(Scope, EnterAndLeaveLinesStandAtTheSameIndentation)
 {
     ConfigureQuietly("indent@.@\nstacktrace@<%INDENT>> <%CLASS>::<%STACK> <%LINE>@<%INDENT>< <%STACK>@\n");
     Outer();
-    EXPECT_EQ(Take(), ".> CkxSample::Outer <%LINE>\n..> CkxSample::Inner <%LINE>\nin\n..< Inner\nout\n.< Outer\n");
+    EXPECT_EQ(Take(),
+              ".> CkxSample::Outer <%LINE>\n..> CkxSample::Inner <%LINE>\nin\n..< Inner\nout\n.< Outer\n");
     ConfigureQuietly("stacktrace@off\n");
     Outer();
     EXPECT_EQ(Take(), "in\nout\n");
@@ -323,83 +325,6 @@ TEST_F(Scope, LeavingWhatWasNeverEnteredIsReported)
     outer.reset(); // takes the inner one along
     inner.reset();
     EXPECT_EQ(Take(), "D_Lib: could not find stack information for leaving stack [inner] - internal error\n");
-}
-
-TEST_F(ConfigFile, IsReadAgainWhenItHasChangedAndTheIntervalIsOver)
-{
-    TickJump clock;
-    ConfigureQuietly("print@file@@400@off\n");
-    SayDetail();
-    _m_folder.Write(L"trace.cfg", "print@file@@400@on\nprefix@file@@all@now:\n");
-    SayDetail();
-    EXPECT_EQ(Take(), "") << "not yet due";
-    clock.Forward(5000);
-    SayDetail();
-    const auto lines = Lines(Take());
-    ASSERT_EQ(lines.size(), 7U);
-    EXPECT_EQ(lines[0], "------------------------------------------");
-    EXPECT_NE(lines[1].find(" Configuration file [" + Narrow(ConfigPath()) + "]"), std::string::npos);
-    EXPECT_EQ(lines[2], "D_Lib: reading configuration from " + Narrow(ConfigPath()) + "...");
-    EXPECT_EQ(lines[3], "D_Lib: print for files [.*] and level [400] is turned on");
-    EXPECT_EQ(lines[5], lines[0]);
-    EXPECT_EQ(lines[6].substr(0, 11), "now: detail");
-    clock.Forward(5000);
-    SayDetail();
-    EXPECT_EQ(Lines(Take()).size(), 1U) << "unchanged, it is not read again";
-}
-
-TEST_F(ConfigFile, WithRefreshZeroEveryStatementLooks)
-{
-    ConfigureQuietly("refresh@0\n");
-    Say(KXT_INFO);
-    EXPECT_EQ(Take(), "x\n");
-    _m_folder.Write(L"trace.cfg", "prefix@file@@all@now:\n");
-    Say(KXT_INFO);
-    EXPECT_EQ(Lines(Take()).back(), "now: x");
-    ASSERT_TRUE(::DeleteFileW(ConfigPath().c_str()));
-    Say(KXT_INFO);
-    EXPECT_NE(Take().find("trace_library_test.cpp("), std::string::npos) << "its rules went with the file";
-}
-
-TEST_F(ConfigFile, ABadLineCostsItselfOnly)
-{
-    Configure("fstrip@x\nnonsense\nprefix@file@@all@p:\n");
-    Say(KXT_INFO);
-    const std::string text = Take();
-    const std::string file = Narrow(ConfigPath());
-    EXPECT_NE(text.find("D_Lib: configuration file " + file + " contains illegal line [fstrip@x]\n"),
-              std::string::npos);
-    EXPECT_NE(text.find("D_Lib: configuration file " + file + " contains illegal line [nonsense]\n"),
-              std::string::npos);
-    EXPECT_TRUE(text.ends_with("\np: x\n")) << text;
-}
-
-TEST_F(ConfigFile, OneThatCannotBeOpenedIsReportedAndItsRulesGo)
-{
-    const CkxFileHandle held(
-        ::CreateFileW(ConfigPath().c_str(), GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr));
-    ASSERT_TRUE(held);
-    D_SetConfigFile(ConfigPath());
-    EXPECT_EQ(Lines(Take()).front(), "D_Lib: failed to open file " + Narrow(ConfigPath()));
-}
-
-TEST_F(ConfigFile, AThreadWithoutFileOperationsLeavesItAlone)
-{
-    TickJump clock;
-    _m_folder.Write(L"trace.cfg", "prefix@file@@all@now:\n");
-    clock.Forward(60000);
-    {
-        const D_NoFileOperations_c outer;
-        const D_NoFileOperations_c inner;
-        Say(KXT_INFO);
-        D_SetConfigFile(_m_folder / L"other.cfg");
-        EXPECT_FALSE(D_ToStream("dbg", true));
-        EXPECT_FALSE(D_ToFile(Narrow(TracePath())));
-        EXPECT_FALSE(D_Directive("to_file@" + Narrow(TracePath())));
-    }
-    EXPECT_EQ(Take(), "x\n");
-    Say(KXT_INFO);
-    EXPECT_EQ(Lines(Take()).back(), "now: x");
 }
 
 } // namespace
