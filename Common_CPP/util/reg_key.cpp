@@ -22,7 +22,17 @@ LSTATUS CkxRegKey::Open(HKEY parent, const wchar_t* path, REGSAM access) noexcep
     CkxRegKeyHandle opened;
     const LSTATUS status = ::RegOpenKeyExW(parent, path, 0, access, opened.Put());
     if (status == ERROR_SUCCESS)
-        _m_key = std::move(opened);
+        Attach(std::move(opened));
+    return status;
+}
+
+LSTATUS CkxRegKey::Create(HKEY parent, const wchar_t* path, REGSAM access) noexcept
+{
+    CkxRegKeyHandle created;
+    const LSTATUS status = ::RegCreateKeyExW(parent, path, 0, nullptr, REG_OPTION_NON_VOLATILE, access,
+                                             nullptr, created.Put(), nullptr);
+    if (status == ERROR_SUCCESS)
+        Attach(std::move(created));
     return status;
 }
 

@@ -1,4 +1,4 @@
-// Reading the registry, with bounds.
+// Opening registry keys, and reading them with bounds.
 #pragma once
 
 #include "Common_CPP/atl/kx_atl.h"
@@ -7,6 +7,7 @@
 #include <windows.h>
 
 #include <span>
+#include <utility>
 
 /// An open registry key, or none. Every operation returns a Windows error code; on failure the
 /// out-parameters and the key held stay as they were. A read is one call to the system into room of fixed
@@ -18,6 +19,12 @@ class CkxRegKey {
 
     /// Opens `path` under `parent` and closes the key held before.
     [[nodiscard]] LSTATUS Open(HKEY parent, const wchar_t* path, REGSAM access) noexcept;
+
+    /// The same, and makes the key where it is absent, with those on its way.
+    [[nodiscard]] LSTATUS Create(HKEY parent, const wchar_t* path, REGSAM access) noexcept;
+
+    /// Takes over a key that was opened in another way, and closes the one held before.
+    void Attach(CkxRegKeyHandle key) noexcept { _m_key = std::move(key); }
 
     /// The key held, or null; it stays owned here.
     [[nodiscard]] HKEY Get() const noexcept { return _m_key.Get(); }

@@ -14,6 +14,17 @@ constexpr const wchar_t* kPipeName = L"\\\\.\\pipe\\KxGroupPolicyUpdate";
 
 constexpr DWORD kInstanceTimeoutMs = 10000;
 
+// Asked for before the statement that prints it: a domain controller may have to be found for the name, and
+// the statement holds the trace lock.
+CString OwnerText(const CkxObjectOwner& object) noexcept
+{
+    try {
+        return CkxGpUtils::SidToText(object.owner);
+    } catch (const CAtlException&) {
+        return {};
+    }
+}
+
 // This sender's turn: the mutex from construction to destruction. The wait's result does not matter: one
 // abandoned by a sender that died is ours as well, and without a mutex there is nothing to wait for.
 class MutexTurn {
@@ -59,11 +70,11 @@ void CkxGpPipe::_OpenMutex()
         return;
     // Somebody else's mutex, held for ever, would stall every logon.
     const CkxObjectOwner owner = CkxObjectOwner::Of(_m_mutex.Get());
-    if (!owner.trusted) {
-        KXT_OUT(KXT_ERROR,
-                "ERROR: The mutex KxGpPipeInUseMutex belongs to " << CkxGpUtils::SidToText(owner.owner));
-        _m_mutex.Reset();
-    }
+    if (owner.trusted)
+        return;
+    const CString text = OwnerText(owner);
+    KXT_OUT(KXT_ERROR, "ERROR: The mutex KxGpPipeInUseMutex belongs to " << text);
+    _m_mutex.Reset();
 }
 
 void CkxGpPipe::_OpenEvent()
@@ -110,9 +121,11 @@ bool CkxGpPipe::_Connect(CkxFileHandle& pipe) const
     }
     // A program of some user may have been first with the pipe's name; it must not be handed policies.
     const CkxObjectOwner owner = CkxObjectOwner::Of(pipe.Get());
-    if (!owner.trusted)
-        KXT_OUT(KXT_ERROR, "ERROR: The update pipe belongs to " << CkxGpUtils::SidToText(owner.owner));
-    return owner.trusted;
+    if (owner.trusted)
+        return true;
+    const CString text = OwnerText(owner);
+    KXT_OUT(KXT_ERROR, "ERROR: The update pipe belongs to " << text);
+    return false;
 }
 
 bool CkxGpPipe::_Announce() const

@@ -1,10 +1,10 @@
 #include "Agent/engine/kx_gpext/gp_utils.h"
 
 #include "Agent/engine/kx_gpext/gp_flags_text.h"
+#include "Agent/engine/kx_gpext/gp_reg_key.h"
 #include "Agent/engine/kx_gpext/kx_gpext.h"
 #include "Common_CPP/trace/trace.h"
 #include "Common_CPP/util/last_error.h"
-#include "Common_CPP/util/reg_key.h"
 #include "Common_CPP/util/util.h"
 
 #include <cstdarg>
@@ -32,7 +32,7 @@ const char* StatusPrefix(std::uint32_t level)
 bool CkxGpUtils::GetAgentSetId(CString& setId)
 {
     KXT_SCOPE("GetAgentSetId");
-    CkxRegKey key;
+    CkxGpRegKey key;
     if (const LSTATUS error = key.Open(HKEY_LOCAL_MACHINE, kAgentKey, KEY_QUERY_VALUE);
         error != ERROR_SUCCESS) {
         KXT_OUT(KXT_ERROR, "ERROR: Failed to open [HKLM\\Software\\Korvex\\Agent]. Error=" << error);
@@ -53,7 +53,7 @@ bool CkxGpUtils::IsAgentInstalled()
 
 bool CkxGpUtils::TraceDumpEnabled()
 {
-    CkxRegKey key;
+    CkxGpRegKey key;
     DWORD enabled = 0;
     return key.Open(HKEY_LOCAL_MACHINE, kExtensionKey, KEY_QUERY_VALUE) == ERROR_SUCCESS &&
            key.QueryDword(L"KxEnableDump", enabled) == ERROR_SUCCESS && enabled != 0;
@@ -81,9 +81,9 @@ CString CkxGpUtils::SidToText(const CSid& sid)
         return L"<InvalidSid>";
     const CString account = sid.AccountName();
     const CString domain = sid.Domain();
-    if (account.IsEmpty())
-        return sid.Sid();
-    return domain.IsEmpty() ? account : domain + L"\\" + account;
+    if (!domain.IsEmpty())
+        return domain + L"\\" + account;
+    return account.IsEmpty() ? CString(sid.Sid()) : account;
 }
 
 void CkxGpUtils::StatusReport(PFNSTATUSMESSAGECALLBACK callback, std::uint32_t level, const wchar_t* format,

@@ -27,7 +27,7 @@ class CkxGpUtils {
     /// The account of a token's user; a placeholder with the handle's value where it cannot be read.
     [[nodiscard]] static CString TokenUserToText(const CAccessToken& token);
 
-    /// Domain and account, the account, or the S-1-... text: the first that is known.
+    /// "domain\account" where the domain is known, else the account, else the S-1-... text.
     [[nodiscard]] static CString SidToText(const CSid& sid);
 
     /// Traces a status line with the prefix of its level, then hands it to the engine's callback, if any,
