@@ -26,9 +26,14 @@ ULONGLONG SystemTimeNow()
 
 } // namespace
 
+CkxGpXml::CkxGpXml(DWORD flags, HKEY keyRoot, PFNSTATUSMESSAGECALLBACK statusCallback)
+    : _m_keyRoot(keyRoot), _m_flags(flags), _m_statusCallback(statusCallback)
+{
+}
+
 CkxGpXml::CkxGpXml(HANDLE token, DWORD flags, IWbemServices* /*services*/, HKEY keyRoot,
                    PFNSTATUSMESSAGECALLBACK statusCallback)
-    : _m_keyRoot(keyRoot), _m_flags(flags), _m_statusCallback(statusCallback)
+    : CkxGpXml(flags, keyRoot, statusCallback)
 {
     KXT_SCOPE("CkxGpXml");
     if (token)

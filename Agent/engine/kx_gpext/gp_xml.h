@@ -55,6 +55,10 @@ class CkxGpXml : public CAccessToken {
         return files[static_cast<std::size_t>(file)];
     }
 
+    /// Makes the whole object, still without the token: should initialising it throw, the destructor runs
+    /// and takes the caller's handle out of the base, which would close it.
+    CkxGpXml(DWORD flags, HKEY keyRoot, PFNSTATUSMESSAGECALLBACK statusCallback);
+
     bool _Initialize();
     [[nodiscard]] bool _AddRoot();
     void _SetRootAttributes();

@@ -1,5 +1,6 @@
 #include "Agent/engine/kx_gpext/kx_gpext.h"
 
+#include "Agent/engine/kx_gpext/language_runtime.h"
 #include "Agent/engine/kx_gpext/trace_setup.h"
 #include "Common_CPP/trace/trace.h"
 #include "Common_CPP/trace/trace_control.h"
@@ -53,6 +54,7 @@ extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID reserved)
         break;
     case DLL_THREAD_DETACH:
         D_ThreadEnds();
+        LanguageThreadEnds();
         break;
     default:
         break;
