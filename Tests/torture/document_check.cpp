@@ -1,0 +1,87 @@
+#include "Tests/torture/document_check.h"
+
+#include <sstream>
+#include <string_view>
+#include <vector>
+
+namespace {
+
+constexpr std::string_view kForced = " forced=\"true\"";
+constexpr std::string_view kUnforced = " forced=\"false\"";
+
+std::vector<std::string> Lines(const std::string& text)
+{
+    std::vector<std::string> lines;
+    std::istringstream stream(text);
+    for (std::string line; std::getline(stream, line);)
+        lines.push_back(line);
+    return lines;
+}
+
+// A line's ` name="value"` parts. The user's name may be shown as a SID where no account is found.
+std::set<std::string> Attributes(const std::string& line)
+{
+    std::set<std::string> attributes;
+    for (std::size_t at = line.find("=\""); at != std::string::npos; at = line.find("=\"", at)) {
+        const std::size_t begin = line.rfind(' ', at);
+        const std::size_t end = line.find('"', at + 2);
+        if (line.compare(begin, at - begin, " user") != 0)
+            attributes.insert(line.substr(begin, end - begin));
+        at = end;
+    }
+    return attributes;
+}
+
+bool IsPartOf(const std::string& line, const std::string& whole)
+{
+    const std::set<std::string> all = Attributes(whole);
+    for (const std::string& attribute : Attributes(line))
+        if (all.count(attribute) == 0)
+            return false;
+    return true;
+}
+
+} // namespace
+
+std::string DocumentFault(const std::string& whole, const std::string& got, bool errorTraced)
+{
+    const std::vector<std::string> all = Lines(whole);
+    const std::vector<std::string> lines = Lines(got);
+    if (lines.empty() || lines[0].compare(0, 9, "GPUpdate ") != 0)
+        return "is no update: " + got;
+    if (!IsPartOf(lines[0], all[0]))
+        return "has another root: " + lines[0];
+    std::size_t missing = Attributes(all[0]).size() - Attributes(lines[0]).size();
+    std::size_t next = 1;
+    for (std::size_t line = 1; line < lines.size(); ++line, ++next) {
+        for (; next < all.size() && all[next] != lines[line]; ++next)
+            ++missing;
+        if (next == all.size())
+            return "has what the undamaged one has not: " + lines[line];
+    }
+    missing += all.size() - next;
+    return missing != 0 && !errorTraced
+               ? "lacks " + std::to_string(missing) + " parts, and no error was traced"
+               : "";
+}
+
+std::set<std::string> ErrorsIn(const std::string& trace)
+{
+    std::set<std::string> errors;
+    for (const std::string& line : Lines(trace))
+        if (const std::size_t at = line.find("ERROR: "); at != std::string::npos)
+            errors.insert(line.substr(at));
+    return errors;
+}
+
+bool IsForced(const std::string& meaning)
+{
+    return meaning.find(kForced) != std::string::npos;
+}
+
+std::string Unforced(std::string meaning)
+{
+    if (const std::size_t at = meaning.find(kForced); at != std::string::npos)
+        meaning.replace(at, kForced.size(), kUnforced);
+    return meaning;
+}

@@ -1,0 +1,75 @@
+#pragma once
+
+#include <windows.h>
+
+#include <array>
+#include <atomic>
+#include <span>
+#include <string>
+#include <vector>
+
+/// Which of the numbered calls fail. Numbers begin with 1.
+struct FaultPlan {
+    enum class Mode { CountOnly, FailNth, FailFrom };
+    Mode mode = Mode::CountOnly;
+    unsigned at = 0; ///< the number of the call that fails, or of the first that does
+};
+
+/// One run under a plan: numbers the fallible calls that are made while it is armed, and keeps what failed.
+class FaultRun {
+  public:
+    explicit FaultRun(FaultPlan plan) noexcept : _m_plan(plan) {}
+
+    /// How many fallible calls there were so far.
+    [[nodiscard]] unsigned Calls() const noexcept { return _m_calls; }
+
+    /// The name of the first call that was failed; null when none was.
+    [[nodiscard]] const char* FailedCall() const noexcept { return _m_failedCall; }
+
+    /// The way to that call inside the patched module, as return addresses, the innermost first.
+    [[nodiscard]] std::span<void* const> FailedAt() const noexcept { return {_m_frames.data(), _m_depth}; }
+
+    /// Numbers one call; true when it has to fail.
+    [[nodiscard]] bool Take(const char* call) noexcept;
+
+  private:
+    FaultPlan _m_plan;
+    unsigned _m_calls = 0;
+    std::atomic<const char*> _m_failedCall{nullptr}; // read by whoever names a run that does not end
+    std::array<void*, 24> _m_frames{};
+    std::size_t _m_depth = 0;
+};
+
+/// While it lives, the patched modules' calls on this thread count for `run`. One at a time.
+class ArmedFaults {
+  public:
+    explicit ArmedFaults(FaultRun& run) noexcept;
+    ~ArmedFaults();
+    ArmedFaults(const ArmedFaults&) = delete;
+    ArmedFaults& operator=(const ArmedFaults&) = delete;
+};
+
+/// The first call that the armed run has failed; null when there is none. Any thread may ask.
+[[nodiscard]] const char* RunningFailedCall() noexcept;
+
+/// Leads the module's imports to counting stand-ins, for as long as it stays loaded. What opens, closes,
+/// allocates and frees is noted by the resource watch from then on.
+void PatchImports(HMODULE module);
+
+/// The module's imports that are neither given stand-ins nor known to need none: each of them is a call
+/// whose failure nobody has thought about.
+[[nodiscard]] std::vector<std::string> UnknownImports(HMODULE module);
+
+/// While it lives, modules of this file name are patched as soon as the system loads them, before anything
+/// in them runs. REQUIRES: a loader that has bound the imports when it announces a module, as Wine's has;
+/// elsewhere calls made while loading are not reached.
+class PatchOnLoad {
+  public:
+    explicit PatchOnLoad(const wchar_t* fileName);
+    ~PatchOnLoad();
+    PatchOnLoad(const PatchOnLoad&) = delete;
+    PatchOnLoad& operator=(const PatchOnLoad&) = delete;
+
+  private:
+    void* _m_cookie = nullptr;
+};

@@ -1,0 +1,82 @@
+#pragma once
+
+#include "Tools/host/agent_listener.h"
+#include "Tools/host/engine_lists.h"
+#include "Tools/host/extension_module.h"
+
+#include <cstddef>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+/// Who answers to the agent's names.
+enum class AgentRole {
+    Listens,
+    Absent,
+    Deaf, ///< its event is there, its pipe is not
+};
+
+/// Where scenarios run: a folder with the module in it, GPOs beside it, and an agent. Its paths are the same
+/// in every process, so that the same calls are made in the same order.
+/// REQUIRES: nothing else on the machine plays the agent or another stage.
+class Stage {
+  public:
+    /// Puts a copy of the module into a new folder. Throws where that is not to be had.
+    explicit Stage(const std::wstring& module);
+    ~Stage();
+    Stage(const Stage&) = delete;
+    Stage& operator=(const Stage&) = delete;
+
+    // ---- set-up
+
+    void SetAgent(AgentRole role);
+
+    /// Puts the agent's program beside the module, managed by Group Policy; or takes it away.
+    void InstallAgent(bool installed);
+
+    /// Keeps the mutex of the senders alive, as another sender on the machine would.
+    void KeepMutex() { _m_mutex.Reset(::CreateMutexW(nullptr, FALSE, c_mutexName)); }
+
+    /// Writes a policy file of a GPO; returns the GPO for the lists.
+    CkxListedGpo Write(const std::wstring& gpo, const std::wstring& file, std::string_view text) const;
+
+    /// What each refresh is called with.
+    DWORD flags = 0;
+    std::vector<CkxListedGpo> deleted;
+    std::vector<CkxListedGpo> changed;
+
+    // ---- the run
+
+    /// Loads the module as if for the first time: without its trace folder. Returns a Windows error.
+    [[nodiscard]] DWORD Load();
+
+    void Unload();
+
+    /// One call of the engine. `again` tells its document from an earlier one's: it asks for a forced
+    /// refresh.
+    [[nodiscard]] DWORD Refresh(bool again);
+
+    /// The oldest message not yet taken; nullopt when none comes in time.
+    [[nodiscard]] std::optional<std::vector<std::byte>> NextMessage();
+
+    [[nodiscard]] AgentRole Agent() const { return _m_role; }
+
+    [[nodiscard]] HMODULE Module() const { return _m_extension.Get(); }
+
+    /// The text of the trace file so far.
+    [[nodiscard]] std::string Trace() const;
+
+    static constexpr const wchar_t* c_moduleName = L"kx_gpext.dll";
+    static constexpr const wchar_t* c_mutexName = L"Global\\KxGpPipeInUseMutex";
+
+  private:
+    std::filesystem::path _m_folder;
+    CkxHandle _m_token;
+    CkxHandle _m_mutex;
+    CkxHandle _m_event;
+    CkxAgentListener _m_listener;
+    CkxExtensionModule _m_extension;
+    AgentRole _m_role = AgentRole::Absent;
+};
