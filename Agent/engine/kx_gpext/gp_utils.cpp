@@ -48,7 +48,13 @@ bool CkxGpUtils::GetAgentSetId(CString& setId)
 bool CkxGpUtils::IsAgentInstalled()
 {
     CString folder;
-    return CkxUtil::GetModuleDir(folder, KxModule()) && CkxUtil::FileExists(folder + L"\\kx_agent.exe");
+    if (!CkxUtil::GetModuleDir(folder, KxModule()))
+        return true;
+    const CString agent = folder + L"\\kx_agent.exe";
+    if (CkxUtil::FileExists(agent))
+        return true;
+    const DWORD error = ::GetLastError();
+    return error != ERROR_FILE_NOT_FOUND && error != ERROR_PATH_NOT_FOUND;
 }
 
 bool CkxGpUtils::TraceDumpEnabled()

@@ -15,7 +15,8 @@ class CkxGpUtils {
     /// The agent's management-set identifier, at most 63 characters.
     [[nodiscard]] static bool GetAgentSetId(CString& setId);
 
-    /// True when the agent's program stands beside this module.
+    /// True unless the agent's program is known not to stand beside this module: a question that cannot be
+    /// answered must not make the engine drop a refresh.
     [[nodiscard]] static bool IsAgentInstalled();
 
     /// True when documents shall be dumped into the trace folder; silently false on any failure.
