@@ -1,6 +1,7 @@
 #include "Bench/bench_report.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 
 namespace {
@@ -11,7 +12,7 @@ double Quantile(kx::Samples samples, double part)
     if (samples.empty())
         return 0;
     const auto last = static_cast<double>(samples.size() - 1);
-    const auto at = samples.begin() + static_cast<std::ptrdiff_t>(last * part + 0.5);
+    const auto at = samples.begin() + std::llround(last * part);
     std::nth_element(samples.begin(), at, samples.end());
     return *at;
 }

@@ -113,9 +113,9 @@ bool TrailSearch::_Do(const ExprStep& step) noexcept
     case ExprOp::Mark:
         return _Set(2 * kNamedGroups + step.alt, at);
     case ExprOp::Open:
-        return _Set(2 * step.arg, at) && _Set(2 * step.arg + 1, kUnset);
+        return _Set(std::size_t{2} * step.arg, at) && _Set(std::size_t{2} * step.arg + 1, kUnset);
     case ExprOp::Close:
-        return _Set(2 * step.arg + 1, at);
+        return _Set(std::size_t{2} * step.arg + 1, at);
     case ExprOp::Same:
         return _DoSame(step);
     case ExprOp::Not:

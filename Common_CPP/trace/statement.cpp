@@ -48,7 +48,7 @@ bool Decide(D_Runtime_c& runtime, D_CallSite_c& site, const D_ThreadState_c& thr
     const kx::RuleSubject subject = SubjectOf(site, thread, fileBase);
     const kx::Settings& settings = runtime.settings;
     const bool* flag = runtime.silence.IsShutUp() ? nullptr : settings.printRules.Find(subject);
-    const bool off = runtime.silence.IsShutUp() || (flag && !*flag);
+    const bool off = runtime.silence.IsShutUp() || (flag != nullptr && !*flag);
     if (off) {
         if (!settings.printRules.HasStackRules() || runtime.silence.IsShutUp())
             site.suppressedIn.store(generation, std::memory_order_relaxed);
@@ -57,7 +57,8 @@ bool Decide(D_Runtime_c& runtime, D_CallSite_c& site, const D_ThreadState_c& thr
     if (!flag)
         kx::messages::FlagMissing(runtime, site.file, site.className, site.level);
     prefix = FindPrefix(runtime, site, subject);
-    if (flag && prefix && !settings.printRules.HasStackRules() && !settings.prefixRules.HasStackRules()) {
+    if (flag != nullptr && prefix != nullptr && !settings.printRules.HasStackRules() &&
+        !settings.prefixRules.HasStackRules()) {
         site.printsIn = generation;
         site.prefix = prefix;
     }

@@ -15,7 +15,7 @@ class CkxInBSTR {
     {
         std::size_t length = 0;
         if (text) // measured and copied in one go: names are short
-            for (; text[length] != L'\0' && length < c_room - 1; ++length)
+            for (; length < c_room - 1 && text[length] != L'\0'; ++length)
                 _m_short.text[length] = text[length];
         _m_short.text[length] = L'\0';
         _m_short.bytes = static_cast<UINT>(length * sizeof(wchar_t));
