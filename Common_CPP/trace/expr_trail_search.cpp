@@ -13,6 +13,12 @@ namespace {
 
 constexpr std::uint32_t kUnset = 0xFFFFFFFF;
 
+// Where a match group's start is kept; its end is behind it.
+constexpr std::size_t StartSlot(unsigned group) noexcept
+{
+    return static_cast<std::size_t>(group) * 2;
+}
+
 // Searches with a program in text order. The trail holds what is to be tried or undone when a possibility
 // fails, the latest on top.
 class TrailSearch {
@@ -68,7 +74,7 @@ class TrailSearch {
 
 bool TrailSearch::Run() noexcept
 {
-    const std::size_t slots = std::size_t{2} * kNamedGroups + _m_program.marks;
+    const std::size_t slots = StartSlot(kNamedGroups) + _m_program.marks;
     if (!_m_slots.Allocate(slots))
         return false;
     std::fill_n(_m_slots.Data(), slots, kUnset);
@@ -108,14 +114,14 @@ bool TrailSearch::_Do(const ExprStep& step) noexcept
     case ExprOp::Maybe:
         return _DoMaybe(step);
     case ExprOp::Again:
-        return at == _m_slots.Data()[std::size_t{2} * kNamedGroups + _m_program.steps[step.alt].alt] ||
+        return at == _m_slots.Data()[StartSlot(kNamedGroups) + _m_program.steps[step.alt].alt] ||
                _DoMaybe(step);
     case ExprOp::Mark:
-        return _Set(2 * kNamedGroups + step.alt, at);
+        return _Set(StartSlot(kNamedGroups) + step.alt, at);
     case ExprOp::Open:
-        return _Set(std::size_t{2} * step.arg, at) && _Set(std::size_t{2} * step.arg + 1, kUnset);
+        return _Set(StartSlot(step.arg), at) && _Set(StartSlot(step.arg) + 1, kUnset);
     case ExprOp::Close:
-        return _Set(std::size_t{2} * step.arg + 1, at);
+        return _Set(StartSlot(step.arg) + 1, at);
     case ExprOp::Same:
         return _DoSame(step);
     case ExprOp::Not:
@@ -137,8 +143,8 @@ bool TrailSearch::_DoTake(const ExprStep& step) noexcept
 
 bool TrailSearch::_DoSame(const ExprStep& step) noexcept
 {
-    const std::uint32_t from = _m_slots.Data()[std::size_t{2} * step.arg];
-    const std::uint32_t to = _m_slots.Data()[std::size_t{2} * step.arg + 1];
+    const std::uint32_t from = _m_slots.Data()[StartSlot(step.arg)];
+    const std::uint32_t to = _m_slots.Data()[StartSlot(step.arg) + 1];
     if (to == kUnset)
         return false;
     const std::string_view text = _m_subject.substr(from, to - from);
