@@ -29,12 +29,6 @@ class RecordTurn {
     std::optional<D_LockTurn_c> _m_turn;
 };
 
-void WriteToOutput(std::string_view text) noexcept
-{
-    if (D_Runtime_c* runtime = D_Runtime_c::Get())
-        runtime->outputs.Write(text);
-}
-
 using Template = kx::PrefixTemplate D_ScopeTemplates_c::*;
 
 // The enter or the leave line, while scope tracing is on and the thread is not inside a statement.
@@ -54,7 +48,7 @@ void PrintScopeLine(Template which, D_ThreadState_c& thread, const char* classNa
             fields.className = className;
             if (line.NeedsTime())
                 fields.time = D_ReadLocalClock();
-            D_Line_c text(0, WriteToOutput);
+            D_Line_c text(0, D_Runtime_c::WriteOutput);
             line.Expand(text, fields);
             text << '\n';
             runtime->outputs.Write(text.Text());

@@ -10,12 +10,6 @@
 
 namespace {
 
-void WriteToOutput(std::string_view text) noexcept
-{
-    if (D_Runtime_c* runtime = D_Runtime_c::Get())
-        runtime->outputs.Write(text);
-}
-
 kx::RuleSubject SubjectOf(const D_CallSite_c& site, const D_ThreadState_c& thread, std::span<char> fileBase)
 {
     return {kx::FileBase(site.file, fileBase),
@@ -69,7 +63,7 @@ void WriteLine(D_Runtime_c& runtime, const D_CallSite_c& site, const kx::PrefixT
                const D_ThreadState_c& thread, D_Pieces pieces, const void* context,
                std::uint32_t lastError) noexcept
 {
-    D_Line_c line(lastError, WriteToOutput);
+    D_Line_c line(lastError, D_Runtime_c::WriteOutput);
     try {
         const kx::StrippedFile file(site.file, runtime.settings.stripLevel);
         kx::PrefixFields fields = D_LineFields(runtime.settings, thread);

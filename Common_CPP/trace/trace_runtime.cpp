@@ -60,6 +60,12 @@ void D_Runtime_c::Destroy() noexcept
     delete std::exchange(g_runtime, nullptr);
 }
 
+void D_Runtime_c::WriteOutput(std::string_view text) noexcept
+{
+    if (D_Runtime_c* runtime = Get())
+        runtime->outputs.Write(text);
+}
+
 void D_Runtime_c::Print(std::string_view text) noexcept
 {
     if (!silence.IsSilent())

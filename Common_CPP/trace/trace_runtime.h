@@ -26,6 +26,9 @@ class D_Runtime_c final : public kx::MessageSink {
     static D_Runtime_c* Get() noexcept;
     static void Destroy() noexcept;
 
+    /// Writes to the current output, where there is one: takes what a line spills.
+    static void WriteOutput(std::string_view text) noexcept;
+
     D_Runtime_c(const D_Runtime_c&) = delete;
     D_Runtime_c& operator=(const D_Runtime_c&) = delete;
 
