@@ -16,6 +16,7 @@ LAYERS = [
     ("Common_CPP/file/", ["Common_CPP/path_converter/", "Common_CPP/ntapi/", "Common_CPP/trace/",
                           "Common_CPP/util/", "Common_CPP/atl/"]),
     ("Common_CPP/xml/", ["Common_CPP/trace/", "Common_CPP/util/", "Common_CPP/atl/"]),
+    ("Common_CPP/kxwbem/", ["Common_CPP/trace/", "Common_CPP/util/", "Common_CPP/atl/"]),
     ("Agent/engine/kx_gpext/", ["Common_CPP/"]),
     ("Tools/", ["Common_CPP/"]),
     ("Tests/", ["Common_CPP/", "Tools/"]),
@@ -24,7 +25,7 @@ LAYERS = [
 # Parts of the extension that programs around it may use as well: the pure ones everywhere, the edges that
 # stand alone where they are tested and measured.
 SHARED_HEADERS = re.compile(r"Agent/engine/kx_gpext/(gp_flags_text|gpo_index|pipe_message|policy_files|policy_order)\.h$")
-TESTED_HEADERS = re.compile(r"Agent/engine/kx_gpext/(gp_pipe|gp_reg_key|gp_utils|kx_gpext|kx_gpo|trace_folder)\.h$")
+TESTED_HEADERS = re.compile(r"Agent/engine/kx_gpext/(gp_pipe|gp_reg_key|gp_utils|kx_gpext|kx_gpo|rsop_log|rsop_schema|trace_folder)\.h$")
 OURS = re.compile(r'^\s*#\s*include\s+"([^"]+)"')
 SYSTEM = re.compile(r"^\s*#\s*include\s+<([^>]+)>")
 WINDOWS = re.compile(r"^(windows|objbase|userenv|msxml2|wbemcli|oleauto|winternl|aclapi|sddl)\.h$", re.I)
@@ -34,7 +35,8 @@ def pure_sources():
     """The sources that the CMake lists call PURE, with their headers."""
     pure = set()
     for listing, base in (("Common_CPP/CMakeLists.txt", "Common_CPP/"),
-                          ("Agent/engine/kx_gpext/CMakeLists.txt", "Agent/engine/kx_gpext/")):
+                          ("Agent/engine/kx_gpext/CMakeLists.txt", "Agent/engine/kx_gpext/"),
+                          ("Tools/CMakeLists.txt", "Tools/")):
         text = open(listing, encoding="utf-8").read()
         for block in re.findall(r"PURE\s+(.*?)(?=EDGE|DEPENDS|SYSTEM|\))", text, re.S):
             for source in block.split():
@@ -74,6 +76,7 @@ def check(path, pure):
 ENTRIES = ("gp_process", "gp_generate", "export_barrier")
 BUILDER = ("gp_xml", "impersonation")
 ALONE = ("kx_gpo", "gp_reg_key", "gp_utils", "gp_pipe", "gpo_list", "trusted_owner", "stable_folder", "trace_", "policy_",
+         "rsop_", "gp_config_map", "log_barrier",
          "pipe_message", "gpo_index", "gp_flags_text")
 
 
