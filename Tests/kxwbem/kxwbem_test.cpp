@@ -1,0 +1,280 @@
+#include "Tests/kxwbem/kxwbem_fixture.h"
+
+#include "Common_CPP/kxwbem/kxwbem_value_text.h"
+#include "Tests/support/patched_import.h"
+
+#include <functional>
+#include <limits>
+
+using namespace std::string_literals;
+
+namespace {
+
+constexpr FILETIME c_time = {0xD53E8000, 0x019DB1DE}; // 1970-01-01 in UTC
+
+BOOL WINAPI HourEast(USHORT, DYNAMIC_TIME_ZONE_INFORMATION*, TIME_ZONE_INFORMATION* zone)
+{
+    *zone = {};
+    zone->Bias = -60;
+    return TRUE;
+}
+
+} // namespace
+
+TEST_F(WbemTest, EveryOperationTellsOfAMissingPointerOnce)
+{
+    const CkxWbemServicesPtr s;
+    const CkxWbemClassObjectPtr o;
+    const CkxEnumWbemClassObjectPtr e;
+    const CkxSWbemDateTimePtr d;
+    CkxWbemClassObjectPtr object;
+    CkxEnumWbemClassObjectPtr results;
+    CkxWbemServicesPtr opened;
+    CComVariant variant;
+    CComBSTR bstr;
+    CString text;
+    DWORD number = 0;
+
+    const struct {
+        const char* name; ///< of the interface
+        const char* method;
+        std::function<HRESULT()> call;
+    } rows[] = {
+        {"IWbemServices", "CreateInstanceEnum", [&] { return s.CreateInstanceEnum(L"c", results); }},
+        {"IWbemServices", "ExecQuery", [&] { return s.EnumClasses(nullptr, results); }},
+        {"IWbemServices", "ExecQuery", [&] { return s.ExecQueryV(results, L"%s", L"q"); }},
+        {"IWbemServices", "ExecQuerySelect", [&] { return s.ExecQuerySelect(L"c", {}, results); }},
+        {"IWbemServices", "DeleteInstancesOlderThan",
+         [&] { return s.DeleteInstancesOlderThan(L"c", L"t", c_time); }},
+        {"IWbemServices", "DeleteInstance", [&] { return s.DeleteInstance(o); }},
+        {"Instance", "DeleteInstance", [&] { return services.DeleteInstance(o); }},
+        {"IWbemServices", "CreateNamespace", [&] { return s.CreateNamespace(L"n", opened); }},
+        {"IWbemServices", "GetNamespacePath", [&] { return s.GetNamespacePath(text); }},
+        {"IWbemServices", "RegisterWmiClassIfRequired",
+         [&] { return s.RegisterWmiClassIfRequired(L"c", L"b", {}, object); }},
+        {"IWbemServices", "RegisterWmiClass", [&] { return s.RegisterWmiClass(L"c", L"b", {}, object); }},
+        {"IWbemServices", "RegisterWmiClass", [&] { return s.RegisterWmiClass(L"c", o, {}); }},
+        {"IWbemServices", "RegisterWmiClass", [&] { return s.RegisterWmiClass(L"c", {}, object); }},
+        {"IWbemServices", "DeleteClass", [&] { return s.DeleteClass(L"c"); }},
+        {"IWbemServices", "Dump", [&] { return s.Dump(nullptr, L"x"); }},
+        {"IWbemClassObject", "Get", [&] { return o.Get(L"p", variant); }},
+        {"IWbemClassObject", "Get", [&] { return o.Get_CString(L"p", text); }},
+        {"IWbemClassObject", "Get", [&] { return o.Get_DWORD(L"p", number); }},
+        {"IWbemClassObject", "Put_CString", [&] { return o.Put_CString(L"p", text); }},
+        {"IWbemClassObject", "Put_long", [&] { return o.Put_long(L"p", 1); }},
+        {"IWbemClassObject", "Put_int64", [&] { return o.Put_int64(L"p", 1LL); }},
+        {"IWbemClassObject", "Put_FILETIME", [&] { return o.Put_FILETIME(L"p", c_time); }},
+        {"IWbemClassObject", "PutNullValue", [&] { return o.PutNullValue(L"p"); }},
+        {"IWbemClassObject", "SpawnInstance", [&] { return o.SpawnInstance(object); }},
+        {"IEnumWbemClassObject", "Next", [&] { return e.Next(object); }},
+        {"ISWbemDateTime", "SetFileTime", [&] { return d.SetFileTime(c_time, false); }},
+        {"ISWbemDateTime", "GetValue", [&] { return d.GetValue(bstr); }},
+        {"IWbemLocator", "ConnectServer", [&] { return CkxWbemLocatorPtr().ConnectServer(L"n", opened); }},
+    };
+
+    for (const auto& row : rows) {
+        EXPECT_EQ(row.call(), E_POINTER) << row.name << "::" << row.method;
+        const std::string traced = Traced();
+        EXPECT_NE(traced.find("."s + row.method + ": ERROR: " + row.name + " pointer is NULL\n"),
+                  std::string::npos)
+            << traced;
+        EXPECT_EQ(std::count(traced.begin(), traced.end(), '\n'), 1) << traced;
+    }
+}
+
+TEST_F(WbemTest, FailedCallsAreToldAndChangeNothing)
+{
+    const CkxWbemClassObjectPtr wmiClass = Registered();
+    const CkxWbemClassObjectPtr stored = Store(wmiClass, L"a", 1, c_time);
+    CkxEnumWbemClassObjectPtr instances;
+    ASSERT_EQ(services.CreateInstanceEnum(c_class, instances), S_OK);
+    CkxWbemClassObjectPtr object = stored;
+    CkxEnumWbemClassObjectPtr results = instances;
+    CkxWbemServicesPtr opened = services;
+    CComVariant variant(7L);
+    CString text(L"kept");
+    DWORD number = 7;
+    const WbemCondition quoted[] = {{L"id", L"it's"}, {L"name", L""}};
+    const WbemCondition nameless[] = {{L"id", L"a"}, {nullptr, L""}};
+    constexpr auto c_absent = static_cast<HRESULT>(WBEM_E_NOT_FOUND);
+    constexpr auto c_mismatch = static_cast<HRESULT>(WBEM_E_TYPE_MISMATCH);
+    const CkxWbemServicesPtr& s = services;
+
+    const struct {
+        const char* method; ///< the store's that fails; null: none
+        HRESULT answer;     ///< S_FALSE: success without a result
+        const char* line;   ///< the last one; what ends in "hr=" is followed by the result
+        HRESULT result;
+        std::function<HRESULT()> call;
+    } rows[] = {
+        {"GetObject", E_FAIL, "GetNamespacePath: ERROR: GetObject(__NAMESPACE) failed. hr=", E_FAIL,
+         [&] { return s.GetNamespacePath(text); }},
+        {"Get", E_FAIL, "Get: ERROR: IWbemClassObject->Get(__SERVER) failed. hr=", E_FAIL,
+         [&] { return s.GetNamespacePath(text); }},
+        {"CreateInstanceEnum", E_FAIL, "CreateInstanceEnum: ERROR: CreateInstanceEnum(C) failed. hr=", E_FAIL,
+         [&] { return s.CreateInstanceEnum(L"C", results); }},
+        {"ExecQuery", S_FALSE, "ExecQuery: ERROR: ExecQuery(SELECT * from META_CLASS) failed. hr=", E_POINTER,
+         [&] { return s.EnumClasses(nullptr, results); }},
+        {"ExecQuery", E_FAIL, "ERROR: ExecQuery(SELECT * from META_CLASS WHERE __this ISA \"B\") failed. hr=",
+         E_FAIL, [&] { return s.EnumClasses(L"B", results); }},
+        {"ExecQuery", E_FAIL, "ERROR: ExecQuery(SELECT * from C WHERE id='it\\'s' AND name='') failed. hr=",
+         E_FAIL, [&] { return s.ExecQuerySelect(L"C", quoted, results); }},
+        {nullptr, S_OK, "ExecQueryV: ERROR: ExecQuery(<NULL>) failed. hr=", E_INVALIDARG,
+         [&] { return s.ExecQueryV(results, nullptr); }},
+        {nullptr, S_OK, "CkxWbemSelectQuery.AddWhereConditions: ERROR: Property name is NULL or empty. i=1",
+         E_INVALIDARG, [&] { return s.ExecQuerySelect(L"C", nameless, results); }},
+        {"ExecQuery", E_FAIL,
+         "ERROR: ExecQuery(SELECT * FROM C WHERE p < '19700101000000.000000+000') failed. hr=", E_FAIL,
+         [&] { return s.DeleteInstancesOlderThan(L"C", L"p", c_time); }},
+        {"Get", E_FAIL, "DeleteInstance: ERROR: spInstance.GetPath() failed. hr=", E_FAIL,
+         [&] { return s.DeleteInstance(stored); }},
+        {"DeleteInstance", E_FAIL,
+         "DeleteInstance: ERROR: "
+         "DeleteInstance(\\\\SRV\\ROOT\\RSOP\\Computer:KxTest.id=\"a\",precedence=1) failed. hr=",
+         E_FAIL, [&] { return s.DeleteInstance(stored); }},
+        {"DeleteClass", E_FAIL, "DeleteClass: ERROR: IWbemServices->DeleteClass(C) failed. hr=", E_FAIL,
+         [&] { return s.DeleteClass(L"C"); }},
+        {nullptr, S_OK, "CreateNamespace: ERROR: namespaceName is null or empty", E_INVALIDARG,
+         [&] { return s.CreateNamespace(L"", opened); }},
+        {"GetObject", E_FAIL, "ERROR: IWbemServices->GetObject(__NAMESPACE.Name='it\\'s') failed. hr=",
+         E_FAIL, [&] { return s.CreateNamespace(L"it's", opened); }},
+        {"GetObject", c_absent, "ERROR: IWbemServices->GetObject(__NAMESPACE) failed. hr=", c_absent,
+         [&] { return s.CreateNamespace(L"n", opened); }},
+        {nullptr, S_OK, "RegisterWmiClass: ERROR: _RegisterWmiClass(C) failed. hr=", E_POINTER,
+         [&] { return s.RegisterWmiClass(L"C", CkxWbemClassObjectPtr(), {}); }},
+        {nullptr, S_OK, "Dump: ERROR: dumpFilePath is NULL or empty", E_INVALIDARG,
+         [&] { return s.Dump(nullptr, L""); }},
+        {nullptr, S_OK, "Dump: ERROR: Failed to open file C:\\no\\dump for writing. hr=",
+         HRESULT_FROM_WIN32(ERROR_PATH_NOT_FOUND), [&] { return s.Dump(nullptr, L"C:\\no\\dump"); }},
+        {"result Next", E_FAIL,
+         "CkxEnumWbemClassObjectPtr.Next: ERROR: IEnumWbemClassObject->Next() failed. hr=", E_FAIL,
+         [&] { return instances.Next(object); }},
+        {"Get", E_FAIL, "CkxWbemClassObjectPtr.Get: ERROR: IWbemClassObject->Get(p) failed. hr=", E_FAIL,
+         [&] { return stored.Get(L"p", variant); }},
+        {nullptr, S_OK, "Get_DWORD: ERROR: Unexpected id value type 8", c_mismatch,
+         [&] { return stored.Get_DWORD(L"id", number); }},
+        {nullptr, S_OK, "Get_BSTR: ERROR: Unexpected precedence value type 3", c_mismatch,
+         [&] { return stored.Get_CString(L"precedence", text); }},
+        {"Put", E_FAIL, "Put_long: ERROR: IWbemClassObject->Put(precedence, vt=3) failed. hr=", E_FAIL,
+         [&] { return stored.Put_long(L"precedence", 1); }},
+        {"Put", E_FAIL, "PutNullValue: ERROR: IWbemClassObject->Put(name, NULL) failed. hr=", E_FAIL,
+         [&] { return stored.PutNullValue(L"name"); }},
+        {"SpawnInstance", S_FALSE, "SpawnInstance: ERROR: IWbemClassObject->SpawnInstance() failed. hr=",
+         E_POINTER, [&] { return wmiClass.SpawnInstance(object); }},
+    };
+
+    for (const auto& row : rows) {
+        Fail(row.method ? row.method : "", row.answer);
+        EXPECT_EQ(row.call(), row.result) << row.line;
+        FailNothing();
+        std::string end = row.line;
+        if (end.ends_with("hr="))
+            end += std::to_string(row.result);
+        EXPECT_TRUE(Traced().ends_with(end + "\n")) << row.line;
+    }
+    EXPECT_EQ(object.Get(), stored.Get());
+    EXPECT_EQ(results.Get(), instances.Get());
+    EXPECT_EQ(opened.Get(), services.Get());
+    EXPECT_TRUE(variant.vt == VT_I4 && variant.lVal == 7 && text == L"kept" && number == 7);
+}
+
+TEST_F(WbemTest, PropertiesComeBackAsTheyWerePut)
+{
+    const CkxWbemClassObjectPtr o = Spawned(Registered());
+
+    const struct {
+        const wchar_t* property;
+        std::function<HRESULT()> put;
+        const wchar_t* text;
+    } texts[] = {
+        {L"name", [&] { return o.Put_BSTR(L"name", nullptr); }, L""},
+        {L"name", [&] { return o.Put_CString(L"name", L"c"); }, L"c"},
+        {L"name", [&] { return o.Put(L"name", CComVariant(L"v")); }, L"v"},
+        {L"name", [&] { return o.Put_int64(L"name", (std::numeric_limits<long long>::min)()); },
+         L"-9223372036854775808"},
+        {L"name", [&] { return o.Put_int64(L"name", (std::numeric_limits<unsigned long long>::max)()); },
+         L"18446744073709551615"},
+        {L"creationTime", [&] { return o.Put_FILETIME(L"creationTime", c_time); },
+         L"19700101000000.000000+000"},
+    };
+
+    for (const auto& row : texts) {
+        EXPECT_EQ(row.put(), S_OK) << row.text;
+        CString text;
+        EXPECT_EQ(o.Get_CString(row.property, text), S_OK) << row.text;
+        EXPECT_EQ(text, row.text);
+    }
+    for (const long number : {0L, 1L, LONG_MAX, LONG_MIN, -1L}) {
+        DWORD read = 5;
+        EXPECT_EQ(o.Put_long(L"precedence", number), S_OK);
+        EXPECT_EQ(o.Get_DWORD(L"precedence", read), S_OK);
+        EXPECT_EQ(read, static_cast<DWORD>(number));
+    }
+    CComVariant value(1L);
+    EXPECT_EQ(o.PutNullValue(L"name"), S_OK);
+    EXPECT_EQ(o.Get(L"name", value), S_OK);
+    EXPECT_EQ(value.vt, VT_NULL);
+    EXPECT_EQ(Traced(), "");
+}
+
+TEST_F(WbemTest, TimesAreUtcUnlessAskedForOtherwise)
+{
+    const PatchedImport zone("GetTimeZoneInformationForYear", reinterpret_cast<void*>(&HourEast));
+    const std::pair<unsigned long long, const wchar_t*> rows[] = {
+        {0, L"16010101000000.000000+000"},
+        {133801632000000009, L"20250101000000.000000+000"},
+        {116444736000000010, L"19700101000000.000001+000"},
+    };
+    for (const auto& [ticks, expected] : rows) {
+        CComBSTR text(L"old");
+        EXPECT_EQ(CkxSWbemDateTimePtr::FileTime2WmiDateTime(Time(ticks), false, text), S_OK);
+        EXPECT_STREQ(text, expected);
+    }
+    CComBSTR local;
+    EXPECT_EQ(CkxSWbemDateTimePtr::FileTime2WmiDateTime(c_time, true, local), S_OK);
+    EXPECT_STREQ(local, L"19700101010000.000000+060");
+    CComBSTR kept(L"kept");
+    EXPECT_TRUE(FAILED(CkxSWbemDateTimePtr::FileTime2WmiDateTime(Time(~0ULL), false, kept)));
+    EXPECT_STREQ(kept, L"kept");
+    EXPECT_TRUE(Traced().starts_with("CkxSWbemDateTimePtr.SetFileTime: ERROR: "
+                                     "SWbemDateTime->SetFileTime(18446744073709551615) failed. hr="));
+}
+
+TEST_F(WbemTest, ValuesHaveTexts)
+{
+    const struct {
+        int type;
+        unsigned long long bits;
+        const wchar_t* text;
+    } rows[] = {
+        {VT_NULL, 0, L"<Null>"},
+        {VT_UNKNOWN, 0, L"<Object>"},
+        {VT_BOOL, 0xFFFF, L"True"},
+        {VT_BOOL, 0, L"False"},
+        {VT_BSTR, 0, L""},
+        {VT_I1, 0x80, L"-128"},
+        {VT_UI1, 0xFF, L"255"},
+        {VT_I2, 0x8000, L"-32768"},
+        {VT_UI2, 0xFFFF, L"65535"},
+        {VT_I4, 0x80000000, L"-2147483648"},
+        {VT_UI4, 0xFFFFFFFF, L"4294967295"},
+        {VT_INT, 0xFFFFFFFF, L"-1"},
+        {VT_UINT, 0xFFFFFFFF, L"4294967295"},
+        {VT_I8, 1ULL << 63, L"-9223372036854775808"},
+        {VT_UI8, ~0ULL, L"18446744073709551615"},
+        {VT_R4, 0xC0200000, L"-2.5"},
+        {VT_R8, 0x3FB999999999999A, L"0.1"},
+        {VT_R8, 0xFFEFFFFFFFFFFFFF, L"-1.7976931348623157e+308"},
+        {VT_EMPTY, 0, L"Cannot convert VARTYPE 0 to string"},
+        {VT_DATE, 0, L"Cannot convert VARTYPE 7 to string"},
+        {VT_ARRAY | VT_BSTR, 0, L"Cannot convert VARTYPE 8200 to string"},
+    };
+
+    for (const auto& row : rows) {
+        VARIANT value;
+        value.vt = static_cast<VARTYPE>(row.type);
+        value.ullVal = row.bits;
+        EXPECT_EQ(kx::WbemValueText(value), row.text);
+    }
+    EXPECT_EQ(kx::WbemValueText(CComVariant(L"text")), L"text");
+}

@@ -1,0 +1,315 @@
+#include "Tools/rsop_store/swbem_date_time.h"
+
+#include "Tests/support/patched_import.h"
+
+#include <wbemdisp.h>
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <thread>
+
+namespace {
+
+constexpr auto c_failed = static_cast<HRESULT>(0x80041001);
+constexpr auto c_invalidSyntax = static_cast<HRESULT>(0x80041021);
+constexpr auto c_outOfRange = static_cast<HRESULT>(0x8004102B);
+
+using ZoneRule = TIME_ZONE_INFORMATION (*)(WORD year);
+
+/// A change of the clocks on a Sunday: the first to fourth one of the month, or 5, the last.
+SYSTEMTIME Change(WORD month, WORD sunday, WORD hour)
+{
+    SYSTEMTIME change = {};
+    change.wMonth = month;
+    change.wDay = sunday;
+    change.wHour = hour;
+    return change;
+}
+
+TIME_ZONE_INFORMATION Zone(LONG bias, SYSTEMTIME standard, SYSTEMTIME daylight, LONG daylightBias)
+{
+    TIME_ZONE_INFORMATION zone = {};
+    zone.Bias = bias;
+    zone.StandardDate = standard;
+    zone.DaylightDate = daylight;
+    zone.DaylightBias = daylightBias;
+    return zone;
+}
+
+TIME_ZONE_INFORMATION Berlin(WORD)
+{
+    return Zone(-60, Change(10, 5, 3), Change(3, 5, 2), -60);
+}
+
+/// The rule was changed in 2007.
+TIME_ZONE_INFORMATION NewYork(WORD year)
+{
+    return year < 2007 ? Zone(300, Change(10, 5, 2), Change(4, 1, 2), -60)
+                       : Zone(300, Change(11, 1, 2), Change(3, 2, 2), -60);
+}
+
+TIME_ZONE_INFORMATION LordHowe(WORD)
+{
+    return Zone(-630, Change(4, 1, 2), Change(10, 1, 2), -30);
+}
+
+ZoneRule g_zone = nullptr;
+
+BOOL WINAPI ZoneForYear(USHORT year, DYNAMIC_TIME_ZONE_INFORMATION*, TIME_ZONE_INFORMATION* zone)
+{
+    *zone = g_zone(year);
+    return TRUE;
+}
+
+class SwbemDateTime : public testing::Test {
+  protected:
+    SwbemDateTime() : _m_com(::CoInitializeEx(nullptr, COINIT_MULTITHREADED)) {}
+
+    ~SwbemDateTime() override
+    {
+        g_zone = nullptr;
+        if (SUCCEEDED(_m_com))
+            ::CoUninitialize();
+    }
+
+    static CComPtr<ISWbemDateTime> New()
+    {
+        CComPtr<ISWbemDateTime> made;
+        EXPECT_EQ(made.CoCreateInstance(CLSID_SWbemDateTime, nullptr, CLSCTX_INPROC_SERVER), S_OK);
+        return made;
+    }
+
+    static std::wstring ValueOf(ISWbemDateTime& object)
+    {
+        CComBSTR text;
+        EXPECT_EQ(object.get_Value(&text), S_OK);
+        return {text.m_str, text.Length()};
+    }
+
+  private:
+    HRESULT _m_com;
+    PatchedImport _m_zone{"GetTimeZoneInformationForYear", reinterpret_cast<void*>(&ZoneForYear)};
+};
+
+struct LocalRow {
+    const char* why;
+    ZoneRule zone;
+    const wchar_t* ticks;
+    const wchar_t* value;
+};
+
+// By the public time zone database.
+const LocalRow c_localRows[] = {
+    {"winter", Berlin, L"133497956961234560", L"20240115133456.123456+060"},
+    {"summer", Berlin, L"133655204961234560", L"20240715143456.123456+120"},
+    {"last moment before summer time", Berlin, L"133563203999999990", L"20240331015959.999999+060"},
+    {"first moment of summer time", Berlin, L"133563204000000000", L"20240331030000.000000+120"},
+    {"last moment of summer time", Berlin, L"133744643999999990", L"20241027025959.999999+120"},
+    {"first moment after it", Berlin, L"133744644000000000", L"20241027020000.000000+060"},
+    {"mid-March by the old rule", NewYork, L"127868976000000000", L"20060315070000.000000-300"},
+    {"mid-March by the new one", NewYork, L"128184336000000000", L"20070315080000.000000-240"},
+    {"November by the old rule", NewYork, L"128068560000000000", L"20061101070000.000000-300"},
+    {"November by the new one", NewYork, L"128383920000000000", L"20071101080000.000000-240"},
+    {"change in the west, before", NewYork, L"133750871990000000", L"20241103015959.000000-240"},
+    {"change in the west, after", NewYork, L"133750872000000000", L"20241103010000.000000-300"},
+    {"the day before, in the west", NewYork, L"133536492000000000", L"20240228220000.000000-300"},
+    {"new year in summer", LordHowe, L"133485012000000000", L"20240101000000.000000+660"},
+    {"half an hour, before autumn", LordHowe, L"133568891990000000", L"20240407015959.000000+660"},
+    {"half an hour, autumn", LordHowe, L"133568892000000000", L"20240407013000.000000+630"},
+    {"half an hour, before spring", LordHowe, L"133726157990000000", L"20241006015959.000000+630"},
+    {"half an hour, spring", LordHowe, L"133726158000000000", L"20241006023000.000000+660"},
+};
+
+struct FileTimeRow {
+    const char* why;
+    const wchar_t* text; ///< null: no string
+    VARIANT_BOOL isLocal;
+    HRESULT code;
+};
+
+const FileTimeRow c_refusedFileTimes[] = {
+    {"no string", nullptr, VARIANT_FALSE, c_invalidSyntax},
+    {"empty", L"", VARIANT_FALSE, c_invalidSyntax},
+    {"negative", L"-1", VARIANT_FALSE, c_invalidSyntax},
+    {"blank before", L" 1", VARIANT_FALSE, c_invalidSyntax},
+    {"blank after", L"1 ", VARIANT_FALSE, c_invalidSyntax},
+    {"base 16", L"0x1", VARIANT_FALSE, c_invalidSyntax},
+    {"beyond 64 bits", L"18446744073709551616", VARIANT_FALSE, c_invalidSyntax},
+    {"far beyond 64 bits", L"1000000000000000000000", VARIANT_FALSE, c_invalidSyntax},
+    {"year 10000", L"2650467744000000000", VARIANT_FALSE, c_outOfRange},
+    {"no calendar at all", L"18446744073709551615", VARIANT_FALSE, c_outOfRange},
+    {"no calendar here", L"18446744073709551615", VARIANT_TRUE, c_outOfRange},
+    {"year 1600 here", L"0", VARIANT_TRUE, c_outOfRange},
+};
+
+} // namespace
+
+TEST_F(SwbemDateTime, TellsLocalTimeByTheRuleOfThatMoment)
+{
+    const CkxDateTimeClass registered;
+    const CComPtr<ISWbemDateTime> object = New();
+    ASSERT_TRUE(object);
+    for (const LocalRow& row : c_localRows) {
+        g_zone = row.zone;
+        EXPECT_EQ(object->SetFileTime(CComBSTR(row.ticks), TRUE), S_OK) << row.why; // the default's value
+        EXPECT_EQ(ValueOf(*object), row.value) << row.why;
+        CComBSTR ticks;
+        EXPECT_EQ(object->GetFileTime(VARIANT_FALSE, &ticks), S_OK) << row.why;
+        EXPECT_STREQ(ticks, row.ticks) << row.why;
+    }
+}
+
+TEST_F(SwbemDateTime, TellsUtcWhereverItIs)
+{
+    const CkxDateTimeClass registered;
+    const CComPtr<ISWbemDateTime> object = New();
+    ASSERT_TRUE(object);
+    g_zone = NewYork;
+    EXPECT_EQ(object->SetFileTime(CComBSTR(L"0"), VARIANT_FALSE), S_OK);
+    EXPECT_EQ(ValueOf(*object), L"16010101000000.000000+000");
+    EXPECT_EQ(object->SetFileTime(CComBSTR(L"00000000000000133536764967890129"), VARIANT_FALSE), S_OK);
+    EXPECT_EQ(ValueOf(*object), L"20240229103456.789012+000");
+    for (const FileTimeRow& row : c_refusedFileTimes) {
+        const CComBSTR text(row.text);
+        EXPECT_EQ(object->SetFileTime(text, row.isLocal), row.code) << row.why;
+        EXPECT_EQ(ValueOf(*object), L"20240229103456.789012+000") << row.why;
+    }
+}
+
+TEST_F(SwbemDateTime, CountsWallTimeOnRequest)
+{
+    const CkxDateTimeClass registered;
+    const CComPtr<ISWbemDateTime> object = New();
+    ASSERT_TRUE(object);
+    g_zone = Berlin;
+    ASSERT_EQ(object->put_Value(CComBSTR(L"20240715083456.000000-240")), S_OK);
+    CComBSTR ticks;
+    EXPECT_EQ(object->GetFileTime(VARIANT_TRUE, &ticks), S_OK);
+    EXPECT_STREQ(ticks, L"133655276960000000"); // 14:34:56
+    DATE here = 0;
+    DATE utc = 0;
+    EXPECT_EQ(object->GetVarDate(VARIANT_TRUE, &here), S_OK);
+    EXPECT_EQ(object->GetVarDate(VARIANT_FALSE, &utc), S_OK);
+    EXPECT_NEAR(here, 45488 + 52496 / 86400.0, 1e-8);
+    EXPECT_NEAR(utc, 45488 + 45296 / 86400.0, 1e-8);
+
+    EXPECT_EQ(object->SetVarDate(45306.5, VARIANT_TRUE), S_OK);
+    EXPECT_EQ(ValueOf(*object), L"20240115120000.000000+060");
+    EXPECT_EQ(object->SetVarDate(here, VARIANT_TRUE), S_OK);
+    EXPECT_EQ(ValueOf(*object), L"20240715143456.000000+120");
+    EXPECT_EQ(object->SetVarDate(here, VARIANT_FALSE), S_OK);
+    EXPECT_EQ(ValueOf(*object), L"20240715143456.000000+000");
+    EXPECT_EQ(object->SetVarDate(1e9, VARIANT_TRUE), c_outOfRange);
+    EXPECT_EQ(object->SetVarDate(-657434, VARIANT_FALSE), c_outOfRange); // year 100
+    EXPECT_EQ(ValueOf(*object), L"20240715143456.000000+000");
+}
+
+TEST_F(SwbemDateTime, EveryPropertyIsItsOwnPartOfTheValue)
+{
+    const CkxDateTimeClass registered;
+    const CComPtr<ISWbemDateTime> object = New();
+    ASSERT_TRUE(object);
+    EXPECT_EQ(ValueOf(*object), L"00000101000000.000000+000");
+
+    const struct {
+        HRESULT (STDMETHODCALLTYPE ISWbemDateTime::*put)(LONG);
+        HRESULT (STDMETHODCALLTYPE ISWbemDateTime::*get)(LONG*);
+        HRESULT (STDMETHODCALLTYPE ISWbemDateTime::*getKnown)(VARIANT_BOOL*);
+        HRESULT (STDMETHODCALLTYPE ISWbemDateTime::*putKnown)(VARIANT_BOOL);
+        LONG value;
+    } rows[] = {
+
+#define KX_PART(name)                                                                                        \
+    &ISWbemDateTime::put_##name, &ISWbemDateTime::get_##name, &ISWbemDateTime::get_##name##Specified,        \
+        &ISWbemDateTime::put_##name##Specified
+        {KX_PART(Year), 2024},  {KX_PART(Month), 12},   {KX_PART(Day), 31},         {KX_PART(Hours), 23},
+        {KX_PART(Minutes), 59}, {KX_PART(Seconds), 58}, {KX_PART(Microseconds), 7}, {KX_PART(UTC), -480},
+#undef KX_PART
+    };
+    ISWbemDateTime& each = *object;
+    for (const auto& row : rows) {
+        EXPECT_EQ((each.*row.put)(row.value), S_OK) << row.value;
+        EXPECT_EQ((each.*row.put)(1000000), c_outOfRange) << row.value;
+    }
+    EXPECT_EQ(ValueOf(each), L"20241231235958.000007-480");
+    for (const auto& row : rows) {
+        LONG value = 0;
+        VARIANT_BOOL isKnown = VARIANT_FALSE;
+        EXPECT_EQ((each.*row.get)(&value), S_OK) << row.value;
+        EXPECT_EQ(value, row.value);
+        EXPECT_EQ((each.*row.getKnown)(&isKnown), S_OK) << row.value;
+        EXPECT_EQ(isKnown, VARIANT_TRUE) << row.value;
+        EXPECT_EQ((each.*row.putKnown)(VARIANT_FALSE), S_OK) << row.value;
+        EXPECT_EQ((each.*row.getKnown)(&isKnown), S_OK) << row.value;
+        EXPECT_EQ(isKnown, VARIANT_FALSE) << row.value;
+        EXPECT_EQ((each.*row.get)(nullptr), E_POINTER) << row.value;
+        EXPECT_EQ((each.*row.getKnown)(nullptr), E_POINTER) << row.value;
+    }
+    EXPECT_EQ(ValueOf(each), L"**************.******-***");
+}
+
+TEST_F(SwbemDateTime, AnIntervalIsNoMoment)
+{
+    const CkxDateTimeClass registered;
+    const CComPtr<ISWbemDateTime> object = New();
+    ASSERT_TRUE(object);
+    EXPECT_EQ(object->put_Value(CComBSTR(L"20230229000000.000000+000")), c_invalidSyntax);
+    EXPECT_EQ(object->put_Value(nullptr), c_invalidSyntax);
+    EXPECT_EQ(object->put_IsInterval(VARIANT_TRUE), S_OK);
+    EXPECT_EQ(ValueOf(*object), L"00000000000000.000000:000");
+    VARIANT_BOOL isInterval = VARIANT_FALSE;
+    EXPECT_EQ(object->get_IsInterval(&isInterval), S_OK);
+    EXPECT_EQ(isInterval, VARIANT_TRUE);
+    CComBSTR ticks;
+    DATE date = 42;
+    EXPECT_EQ(object->GetFileTime(VARIANT_FALSE, &ticks), c_failed);
+    EXPECT_EQ(object->GetVarDate(VARIANT_FALSE, &date), c_failed);
+    EXPECT_FALSE(ticks);
+    EXPECT_EQ(date, 42);
+}
+
+TEST_F(SwbemDateTime, IsCreatedAsLongAsItIsRegistered)
+{
+    {
+        const CkxDateTimeClass registered;
+        ASSERT_EQ(registered.Status(), S_OK);
+        CComPtr<ISWbemDateTime> first = New();
+        std::thread([] {
+            ASSERT_GE(::CoInitializeEx(nullptr, COINIT_MULTITHREADED), 0);
+            {
+                const CComPtr<ISWbemDateTime> second = New();
+                EXPECT_EQ(CkxDateTimeClass::LiveObjects(), 2);
+            }
+            ::CoUninitialize();
+        }).join();
+        CComPtr<IDispatch> dispatch;
+        EXPECT_EQ(first.QueryInterface(&dispatch), S_OK);
+        first.Release();
+        EXPECT_EQ(CkxDateTimeClass::LiveObjects(), 1); // the other interface holds it
+        dispatch.Release();
+        EXPECT_EQ(CkxDateTimeClass::LiveObjects(), 0);
+    }
+    CComPtr<ISWbemDateTime> later;
+    (void)later.CoCreateInstance(CLSID_SWbemDateTime); // the system's own, where it has one
+    EXPECT_EQ(CkxDateTimeClass::LiveObjects(), 0);
+}
+
+TEST_F(SwbemDateTime, RefusesWhatItIsNot)
+{
+    const CkxDateTimeClass registered;
+    const CComPtr<ISWbemDateTime> outer = New();
+    void* object = &object;
+    EXPECT_EQ(::CoCreateInstance(CLSID_SWbemDateTime, outer, CLSCTX_INPROC_SERVER, IID_IUnknown, &object),
+              CLASS_E_NOAGGREGATION);
+    EXPECT_EQ(object, nullptr);
+    EXPECT_EQ(
+        ::CoCreateInstance(CLSID_SWbemDateTime, nullptr, CLSCTX_INPROC_SERVER, IID_IClassFactory, &object),
+        E_NOINTERFACE);
+    EXPECT_EQ(CkxDateTimeClass::LiveObjects(), 1);
+}
+
+TEST(SwbemDateTimeClass, TellsThatComIsMissing)
+{
+    std::thread([] { EXPECT_EQ(CkxDateTimeClass().Status(), CO_E_NOTINITIALIZED); }).join();
+}
