@@ -45,13 +45,22 @@ bool CkxXMLNode::GetNodeName(CString& name) const
 
 bool CkxXMLNode::GetXml(CString& xml) const
 {
+    CComBSTR text;
+    if (!GetXml(text))
+        return false;
+    xml.SetString(text.m_str, static_cast<int>(text.Length()));
+    return true;
+}
+
+bool CkxXMLNode::GetXml(CComBSTR& xml) const
+{
     if (IsNull())
         return Report::Empty("GetXml");
     CComBSTR text;
     const HRESULT hr = _m_node->get_xml(&text);
     if (hr != S_OK)
         return Report::Failed("GetXml", "get_xml", hr);
-    xml.SetString(text.m_str, static_cast<int>(text.Length()));
+    xml = std::move(text);
     return true;
 }
 

@@ -43,6 +43,8 @@ class CkxXMLNode {
 
     /// The node's XML text, with its own tags.
     [[nodiscard]] bool GetXml(CString& xml) const;
+    /// The same without a copy.
+    [[nodiscard]] bool GetXml(CComBSTR& xml) const;
 
     /// The text of the node and all below it, without white space at its ends.
     [[nodiscard]] bool GetText(CString& text) const;

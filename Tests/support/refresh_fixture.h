@@ -27,6 +27,9 @@ class RefreshFixture : public testing::Test {
     /// One call of the engine with what is set below. The lists are then empty again.
     DWORD Refresh(DWORD flags);
 
+    /// One planning call of the engine; each target is null for none.
+    DWORD Plan(RSOP_TARGET* computer, RSOP_TARGET* user);
+
     /// What the agent received last, by meaning; a text that says so when it received nothing whole.
     std::string ReceivedMeaning();
     std::wstring ReceivedDocument();
@@ -42,6 +45,7 @@ class RefreshFixture : public testing::Test {
     CkxHandle _m_token;
     BOOL _m_abort = FALSE;
     BOOL* _m_abortPointer = &_m_abort;
+    IWbemServices* _m_services = nullptr; ///< where a refresh logs
     HRESULT _m_rsopStatus = 0x1234567;
     PFNSTATUSMESSAGECALLBACK _m_statusCallback = nullptr;
 };

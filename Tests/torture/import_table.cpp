@@ -55,6 +55,8 @@ const Row kRows[] = {
     KX_IMPORT(kKernel, WaitNamedPipeW, Fails<ERROR_SEM_TIMEOUT>),
     KX_IMPORT(kKernel, CloseHandle, Never, Closes<Kind::Handle>),
     KX_IMPORT(kKernel, FindClose, Never, Closes<Kind::Find>),
+    // Text
+    KX_IMPORT(kKernel, CompareStringW, Fails<ERROR_INVALID_FLAGS>),
     // The process, its modules and its environment
     KX_IMPORT(kKernel, GetEnvironmentVariableW, NoResources),
     KX_IMPORT(kKernel, GetModuleFileNameW, NoMemory),

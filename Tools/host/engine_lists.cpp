@@ -7,10 +7,12 @@ GROUP_POLICY_OBJECTW& CkxEngineList::Add(const CkxListedGpo& gpo)
 {
     Entry& entry = _m_entries.emplace_back();
     entry.texts = gpo;
-    entry.dsPath = L"LDAP://CN=Machine,CN=" + gpo.name + L",CN=Policies,CN=System,DC=fernhill,DC=example";
+    if (gpo.directoryPath.empty())
+        entry.texts.directoryPath =
+            L"LDAP://CN=Machine,CN=" + gpo.name + L",CN=Policies,CN=System,DC=fernhill,DC=example";
     entry.gpo.dwOptions = gpo.options;
     entry.gpo.dwVersion = 1;
-    entry.gpo.lpDSPath = entry.dsPath.data();
+    entry.gpo.lpDSPath = entry.texts.directoryPath.data();
     entry.gpo.lpFileSysPath = entry.texts.folder.data();
     entry.gpo.lpDisplayName = entry.texts.displayName.data();
     entry.gpo.lpExtensions = entry.texts.extensions.data();

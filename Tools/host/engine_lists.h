@@ -12,6 +12,7 @@ struct CkxListedGpo {
     std::wstring name; ///< "{GUID}"
     std::wstring displayName;
     std::wstring folder; ///< the scope's folder: ...\{GUID}\Machine or ...\{GUID}\User
+    std::wstring directoryPath; ///< empty: the machine's part of the GPO
     std::wstring link = L"LDAP://DC=fernhill,DC=example";
     std::wstring extensions;
     GPO_LINK linkKind = GPLinkDomain;
@@ -33,7 +34,6 @@ class CkxEngineList {
   private:
     struct Entry {
         CkxListedGpo texts;
-        std::wstring dsPath;
         GROUP_POLICY_OBJECTW gpo{};
     };
 

@@ -1,13 +1,22 @@
 #include "Tools/host/extension_module.h"
 
+namespace {
+
+template <class Function>
+bool Find(HMODULE module, const char* name, Function& function)
+{
+    function = reinterpret_cast<Function>(reinterpret_cast<void*>(::GetProcAddress(module, name)));
+    return function != nullptr;
+}
+
+} // namespace
+
 DWORD CkxExtensionModule::Load(const wchar_t* path)
 {
     _m_module.Reset(::LoadLibraryW(path));
-    if (!_m_module)
-        return ::GetLastError();
-    _m_process = reinterpret_cast<PFNPROCESSGROUPPOLICYEX>(
-        reinterpret_cast<void*>(::GetProcAddress(_m_module.Get(), "ProcessGroupPolicyEx")));
-    return _m_process ? ERROR_SUCCESS : ::GetLastError();
+    const bool whole = _m_module && Find(_m_module.Get(), "ProcessGroupPolicyEx", _m_process) &&
+                       Find(_m_module.Get(), "GenerateGroupPolicy", _m_generate);
+    return whole ? static_cast<DWORD>(ERROR_SUCCESS) : ::GetLastError();
 }
 
 CkxHandle MakeUserToken()

@@ -17,9 +17,13 @@ class CkxExtensionModule {
     /// The processing callback. REQUIRES: Load succeeded.
     [[nodiscard]] PFNPROCESSGROUPPOLICYEX ProcessGroupPolicyEx() const { return _m_process; }
 
+    /// The planning callback. REQUIRES: Load succeeded.
+    [[nodiscard]] PFNGENERATEGROUPPOLICY GenerateGroupPolicy() const { return _m_generate; }
+
   private:
     CkxModule _m_module;
     PFNPROCESSGROUPPOLICYEX _m_process = nullptr;
+    PFNGENERATEGROUPPOLICY _m_generate = nullptr;
 };
 
 /// A token of this process's user that a thread may wear. Empty, with the last error set, on failure.

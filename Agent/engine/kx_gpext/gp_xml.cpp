@@ -26,14 +26,18 @@ ULONGLONG SystemTimeNow()
 
 } // namespace
 
-CkxGpXml::CkxGpXml(DWORD flags, HKEY keyRoot, PFNSTATUSMESSAGECALLBACK statusCallback)
-    : _m_keyRoot(keyRoot), _m_flags(flags), _m_statusCallback(statusCallback)
+CkxGpXml::CkxGpXml(DWORD flags, IWbemServices* services, HKEY keyRoot,
+                   PFNSTATUSMESSAGECALLBACK statusCallback)
+    : _m_keyRoot(keyRoot),
+      _m_flags(flags),
+      _m_statusCallback(statusCallback),
+      _m_rsopLog(services, _IsMachineScope())
 {
 }
 
-CkxGpXml::CkxGpXml(HANDLE token, DWORD flags, IWbemServices* /*services*/, HKEY keyRoot,
+CkxGpXml::CkxGpXml(HANDLE token, DWORD flags, IWbemServices* services, HKEY keyRoot,
                    PFNSTATUSMESSAGECALLBACK statusCallback)
-    : CkxGpXml(flags, keyRoot, statusCallback)
+    : CkxGpXml(flags, services, keyRoot, statusCallback)
 {
     KXT_SCOPE("CkxGpXml");
     if (token)
@@ -112,7 +116,9 @@ DWORD CkxGpXml::Process(PGROUP_POLICY_OBJECTW deleted, PGROUP_POLICY_OBJECTW cha
         KXT_OUT(KXT_INFO, "INFO: Aborted.");
         return ERROR_OPERATION_ABORTED;
     }
-    rsopStatus = ERROR_SUCCESS;
+    if (_IsMachineScope())
+        _m_rsopLog.ProcessConfigMap();
+    rsopStatus = static_cast<DWORD>(_m_rsopLog.SchemaResult());
     return ERROR_SUCCESS;
 }
 

@@ -2,12 +2,11 @@
 
 #include "Agent/engine/kx_gpext/gpo_index.h"
 #include "Agent/engine/kx_gpext/kx_gpo.h"
+#include "Agent/engine/kx_gpext/rsop_log.h"
 #include "Common_CPP/atl/kx_atl.h"
 #include "Common_CPP/xml/xml_document.h"
 
 #include <array>
-
-struct IWbemServices;
 
 /// Turns one processing pass of the engine into one document for the agent: reads each changed GPO's policy
 /// files under the user's identity and merges them in one global order. One object a call.
@@ -15,7 +14,7 @@ struct IWbemServices;
 /// As an access token it holds the user's handle, which stays the caller's.
 class CkxGpXml : public CAccessToken {
   public:
-    /// `services` is where the results would be logged; null for no logging. What fails is traced; whether
+    /// `services` is where the results are logged; null for no logging. What fails is traced; whether
     /// the object can be used is told by IsInitialized().
     CkxGpXml(HANDLE token, DWORD flags, IWbemServices* services, HKEY keyRoot,
              PFNSTATUSMESSAGECALLBACK statusCallback);
@@ -55,9 +54,14 @@ class CkxGpXml : public CAccessToken {
         return files[static_cast<std::size_t>(file)];
     }
 
+    static const LoadedFile& Slot(const LoadedFiles& files, kx::PolicyFile file)
+    {
+        return files[static_cast<std::size_t>(file)];
+    }
+
     /// Makes the whole object, still without the token: should initialising it throw, the destructor runs
     /// and takes the caller's handle out of the base, which would close it.
-    CkxGpXml(DWORD flags, HKEY keyRoot, PFNSTATUSMESSAGECALLBACK statusCallback);
+    CkxGpXml(DWORD flags, IWbemServices* services, HKEY keyRoot, PFNSTATUSMESSAGECALLBACK statusCallback);
 
     bool _Initialize();
     [[nodiscard]] bool _AddRoot();
@@ -78,7 +82,7 @@ class CkxGpXml : public CAccessToken {
 
     [[nodiscard]] bool _ProcessGPOPolicies(const CkxKxGroupPolicyObject& gpo, LoadedFiles& files,
                                            const CkxXMLNode& gpoElement);
-    [[nodiscard]] bool _MergePolicies(const CkxKxGroupPolicyObject& gpo, const CkxXMLNode& root,
+    [[nodiscard]] bool _MergePolicies(const CkxKxGroupPolicyObject& gpo, const LoadedFiles& files,
                                       const CkxXMLNode& policies);
     [[nodiscard]] bool _SetGpoPolicyOrder(const CkxKxGroupPolicyObject& gpo, const CkxXMLNode& policy) const;
 
@@ -89,6 +93,7 @@ class CkxGpXml : public CAccessToken {
     bool _m_appended = false;
     PFNSTATUSMESSAGECALLBACK _m_statusCallback;
     int _m_changedCount = 0;
+    CkxRsopLog _m_rsopLog;
     CkxXMLDocumentFactory _m_factory; ///< obtained with the service's own identity
     CkxXMLDocument _m_xmldocGPUpdate;
     CkxXMLNode _m_changedGPOs;

@@ -42,8 +42,7 @@ bool CkxGpXml::_ProcessGPOPolicies(const CkxKxGroupPolicyObject& gpo, LoadedFile
         return false;
     }
     (void)policies.SetAttribute(L"version", kFileVersion);
-    const CkxXMLNode& policiesRoot = Slot(files, kx::PolicyFile::Policies).root;
-    if (!policiesRoot.IsNull() && !_MergePolicies(gpo, policiesRoot, policies))
+    if (!_MergePolicies(gpo, files, policies))
         return false;
     for (const MovedRoot& moved : kMovedRoots) {
         const CkxXMLNode& root = Slot(files, moved.file).root;
@@ -55,11 +54,13 @@ bool CkxGpXml::_ProcessGPOPolicies(const CkxKxGroupPolicyObject& gpo, LoadedFile
     return true;
 }
 
-bool CkxGpXml::_MergePolicies(const CkxKxGroupPolicyObject& gpo, const CkxXMLNode& root,
+bool CkxGpXml::_MergePolicies(const CkxKxGroupPolicyObject& gpo, const LoadedFiles& files,
                               const CkxXMLNode& policies)
 {
+    const CkxXMLNode& root = Slot(files, kx::PolicyFile::Policies).root;
+    CkxRsopLogGroups groups(Slot(files, kx::PolicyFile::ApplicationGroups).root);
     CkxXMLNode next;
-    bool more = root.GetFirstChild(L"Policy", next);
+    bool more = !root.IsNull() && root.GetFirstChild(L"Policy", next);
     while (more) {
         const CkxXMLNode policy = next;
         more = policy.GetNextSibling(L"Policy", next); // taken before the policy moves away
@@ -69,6 +70,7 @@ bool CkxGpXml::_MergePolicies(const CkxKxGroupPolicyObject& gpo, const CkxXMLNod
             KXT_OUT(KXT_ERROR, "ERROR: AddChild(<Policy>) failed. GPO " << gpo);
             return false;
         }
+        (void)_m_rsopLog.LogPolicy(gpo, policy, groups); // what cannot be logged is applied all the same
     }
     return true;
 }

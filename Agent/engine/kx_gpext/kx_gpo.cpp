@@ -59,6 +59,16 @@ CString CkxKxGroupPolicyObject::Folder() const
     return _m_gpo ? CString(_m_gpo->lpFileSysPath) : CString();
 }
 
+CString CkxKxGroupPolicyObject::DirectoryPath() const
+{
+    return _m_gpo ? CString(_m_gpo->lpDSPath) : CString();
+}
+
+CString CkxKxGroupPolicyObject::Link() const
+{
+    return _m_gpo ? CString(_m_gpo->lpLink) : CString();
+}
+
 CString CkxKxGroupPolicyObject::FilePathIn(const CString& folder, kx::PolicyFile file) const
 {
     return CString(kx::PolicyFilePath(kx::View(folder), _m_appended, file).c_str());

@@ -24,6 +24,9 @@ class CkxKxGroupPolicyObject {
 
     [[nodiscard]] bool IsNull() const { return !_m_gpo; }
 
+    /// The engine's entry.
+    [[nodiscard]] const GROUP_POLICY_OBJECTW* Entry() const { return _m_gpo; }
+
     [[nodiscard]] PGROUP_POLICY_OBJECTW Next() const { return _m_gpo ? _m_gpo->pNext : nullptr; }
 
     [[nodiscard]] bool IsAppended() const { return _m_appended; }
@@ -37,6 +40,8 @@ class CkxKxGroupPolicyObject {
     [[nodiscard]] CString Name() const;
     [[nodiscard]] CString DisplayName() const;
     [[nodiscard]] CString Folder() const;
+    [[nodiscard]] CString DirectoryPath() const; ///< of the GPO in the directory service
+    [[nodiscard]] CString Link() const;          ///< the directory's path of what the GPO is linked to
 
     /// The path of a policy file, in the entry's folder.
     [[nodiscard]] CString FilePath(kx::PolicyFile file) const { return FilePathIn(Folder(), file); }

@@ -1,0 +1,68 @@
+#include "Agent/engine/kx_gpext/rsop_log_groups.h"
+
+#include "Common_CPP/trace/trace.h"
+#include "Common_CPP/util/util.h"
+
+KXT_CLASS("CkxRsopLog");
+
+namespace {
+
+template <class Visit>
+void ForEachChild(const CkxXMLNode& parent, const wchar_t* name, const Visit& visit)
+{
+    CkxXMLNode child;
+    for (bool more = parent.GetFirstChild(name, child); more; more = child.GetNextSibling(name, child))
+        visit(child);
+}
+
+} // namespace
+
+void CkxRsopLogGroups::SetNamesToGroups(const CString& policyName, const CkxXMLNode& policy)
+{
+    if (_m_root.IsNull())
+        return;
+    KXT_SCOPE("_SetNamesToGroups");
+    ForEachChild(policy, L"Targets", [&](const CkxXMLNode& targets) {
+        ForEachChild(targets, L"ApplicationGroup",
+                     [&](const CkxXMLNode& group) { _SetNameToGroup(policyName, group); });
+    });
+}
+
+void CkxRsopLogGroups::_SetNameToGroup(const CString& policyName, const CkxXMLNode& group)
+{
+    CString id;
+    if (!group.GetAttribute(L"id", id)) {
+        KXT_OUT(KXT_ERROR, "ERROR: policy " << policyName << " contains group without id ");
+        return;
+    }
+    const Name* const name = _Find(id);
+    if (!name)
+        KXT_OUT(KXT_ERROR, "ERROR: policy " << policyName << " contains group id " << id
+                                            << " which is not found in AppGroups");
+    else if (!*name)
+        KXT_OUT(KXT_ERROR, "ERROR: group id " << id << " has no name");
+    else if (!group.SetAttribute(L"name", name->value()))
+        KXT_OUT(KXT_ERROR, "ERROR: policy " << policyName << ": error setting name to group id " << id);
+}
+
+const CkxRsopLogGroups::Name* CkxRsopLogGroups::_Find(const CString& id)
+{
+    if (!_m_read)
+        _ReadDefinitions();
+    const auto found = _m_names.find(std::wstring(kx::View(id)));
+    return found == _m_names.end() ? nullptr : &found->second;
+}
+
+// Of two definitions with one id the first counts. An id that holds a quotation mark names no group.
+void CkxRsopLogGroups::_ReadDefinitions()
+{
+    ForEachChild(_m_root, L"ApplicationGroup", [&](const CkxXMLNode& definition) {
+        CString id;
+        CString name;
+        if (!definition.GetAttribute(L"id", id) || id.Find(L'"') >= 0)
+            return;
+        const bool named = definition.GetAttribute(L"name", name);
+        _m_names.try_emplace(std::wstring(kx::View(id)), named ? Name(name) : Name());
+    });
+    _m_read = true;
+}

@@ -1,0 +1,30 @@
+#pragma once
+
+#include "Common_CPP/xml/xml_node.h"
+
+#include <optional>
+#include <string>
+#include <unordered_map>
+
+/// The names of one GPO's application groups by their id. Read from ApplicationGroups.xml when the first one
+/// is wanted, in one walk, so that a GPO costs its policies plus its groups and not their product.
+class CkxRsopLogGroups {
+  public:
+    /// `applicationGroups` is the file's root; empty where there is none.
+    explicit CkxRsopLogGroups(const CkxXMLNode& applicationGroups) : _m_root(applicationGroups) {}
+
+    /// Writes each group's name beside its id into the policy's Targets/ApplicationGroup elements. Faults are
+    /// traced and the element stays as it is. Does nothing for a GPO without groups.
+    void SetNamesToGroups(const CString& policyName, const CkxXMLNode& policy);
+
+  private:
+    using Name = std::optional<CString>; ///< empty where the definition has no name
+
+    void _SetNameToGroup(const CString& policyName, const CkxXMLNode& group);
+    [[nodiscard]] const Name* _Find(const CString& id);
+    void _ReadDefinitions();
+
+    CkxXMLNode _m_root;
+    bool _m_read = false;
+    std::unordered_map<std::wstring, Name> _m_names;
+};
