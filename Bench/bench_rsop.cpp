@@ -1,0 +1,259 @@
+// What logging policies in WMI costs: the logger, tracing at its default into a file, beside a bare program
+// that makes the same puts, takes the same text of each policy and appends one line to a file. Both write
+// into stores in memory, which are as fast for both; each round's store is new, and neither making it nor
+// dropping it counts.
+#include "Agent/engine/kx_gpext/rsop_log.h"
+#include "Agent/engine/kx_gpext/rsop_schema.h"
+#include "Bench/bench_report.h"
+#include "Common_CPP/trace/trace_control.h"
+#include "Common_CPP/util/unique_handle.h"
+#include "Common_CPP/util/utf8.h"
+#include "Common_CPP/xml/xml_document.h"
+#include "Tools/rsop_store/rsop_store.h"
+#include "Tools/rsop_store/swbem_date_time.h"
+
+#include <windows.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace {
+
+constexpr int kGroups = 500;
+constexpr double kMostAgainstBare = 1.3;
+constexpr double kMostGrowth = 1.3;
+
+void Require(bool holds, const char* what)
+{
+    if (holds)
+        return;
+    std::printf("cannot measure: %s\n", what);
+    std::exit(2);
+}
+
+// The text of policies with one group each, without the groups' names.
+std::wstring PoliciesText(int count)
+{
+    std::wstring text = L"<GpoPolicies version=\"5\">";
+    for (int i = 0; i < count; ++i) {
+        const std::wstring number = std::to_wstring(i);
+        text += L"<Policy name=\"Policy " + number + L"\" gpid=\"{11111111-2222-3333-4444-" + number +
+                L"}\" action=\"3\" order=\"" + number + L"\" description=\"" + std::wstring(220, L'd') +
+                L"\"><Targets><ApplicationGroup id=\"" + std::to_wstring(i % kGroups) +
+                L"\"/></Targets><Messages><Message id=\"1\">Access was denied by policy.</Message></Messages>"
+                L"</Policy>";
+    }
+    return text + L"</GpoPolicies>";
+}
+
+std::wstring GroupName(int id)
+{
+    return L"Group number " + std::to_wstring(id);
+}
+
+std::wstring GroupsText()
+{
+    std::wstring text = L"<ApplicationGroups version=\"5\">";
+    for (int i = 0; i < kGroups; ++i)
+        text += L"<ApplicationGroup id=\"" + std::to_wstring(i) + L"\" name=\"" + GroupName(i) + L"\"/>";
+    return text + L"</ApplicationGroups>";
+}
+
+// One round's policies, parsed anew since logging writes into them, and the store that they go to.
+struct Stage {
+    explicit Stage(int count)
+    {
+        Require(policies.Load(CString(PoliciesText(count).c_str())) && policies.GetRootElement(root) &&
+                    groups.Load(CString(GroupsText().c_str())) && groups.GetRootElement(groupsRoot),
+                "the policies");
+    }
+
+    CkxXMLDocument policies;
+    CkxXMLDocument groups;
+    CkxXMLNode root;
+    CkxXMLNode groupsRoot;
+    CkxRsopStore store;
+};
+
+wchar_t g_directoryPath[] = L"LDAP://CN=Machine,CN={A},CN=Policies,CN=System,DC=fernhill,DC=example";
+wchar_t g_link[] = L"LDAP://DC=fernhill,DC=example";
+std::wstring g_folder; // holds a Policies.xml, for its time
+
+GROUP_POLICY_OBJECTW Gpo()
+{
+    GROUP_POLICY_OBJECTW gpo{};
+    gpo.lpDSPath = g_directoryPath;
+    gpo.lpLink = g_link;
+    gpo.lpFileSysPath = g_folder.data();
+    return gpo;
+}
+
+void LogOurs(Stage& stage)
+{
+    GROUP_POLICY_OBJECTW entry = Gpo();
+    CkxKxGroupPolicyObject gpo(&entry, true);
+    gpo.ReadPoliciesFileTime(gpo.Folder());
+    CkxRsopLog log(stage.store.Services(), true);
+    CkxRsopLogGroups groups(stage.groupsRoot);
+    CkxXMLNode policy;
+    for (bool more = stage.root.GetFirstChild(L"Policy", policy); more;
+         more = policy.GetNextSibling(L"Policy", policy))
+        Require(log.LogPolicy(gpo, policy, groups) == S_OK, "our side's logging");
+    log.ProcessConfigMap();
+}
+
+// The bare side's texts stand ready: it neither reads nor makes any but the policy's own.
+class Bare {
+  public:
+    explicit Bare(const wchar_t* lineFile)
+        : _m_file(
+              ::CreateFileW(lineFile, FILE_APPEND_DATA, FILE_SHARE_READ, nullptr, CREATE_ALWAYS, 0, nullptr))
+    {
+        for (int i = 0; i < kGroups; ++i)
+            _m_groupNames.emplace_back(GroupName(i).c_str());
+        Require(static_cast<bool>(_m_file), "the bare side's file");
+    }
+
+    void Log(Stage& stage)
+    {
+        const CComPtr<IWbemServices> services = stage.store.Services();
+        CkxWbemClassObjectPtr policyClass;
+        Require(CkxRsopSchema::RegisterExtension(CkxWbemServicesPtr(services), &policyClass, nullptr) == S_OK,
+                "the bare side's class");
+        CComPtr<IXMLDOMNode> next;
+        Require(stage.root.Get()->get_firstChild(&next) == S_OK, "the bare side's walk");
+        for (int i = 0; next; ++i) {
+            const CComPtr<IXMLDOMNode> policy = std::move(next);
+            (void)policy->get_nextSibling(&next);
+            _LogPolicy(services, policyClass.Get(), policy, i);
+        }
+    }
+
+  private:
+    void _LogPolicy(IWbemServices* services, IWbemClassObject* policyClass, IXMLDOMNode* policy, int number)
+    {
+        _NameGroup(policy, number % kGroups);
+        CComBSTR xml;
+        CComPtr<IWbemClassObject> instance;
+        wchar_t id[64];
+        wchar_t name[64];
+        ::swprintf_s(id, 64, L"{11111111-2222-3333-4444-%d}", number);
+        ::swprintf_s(name, 64, L"Policy %d", number);
+        VARIANT order{};
+        order.vt = VT_I4;
+        order.lVal = number;
+        const bool put = policy->get_xml(&xml) == S_OK && policyClass->SpawnInstance(0, &instance) == S_OK &&
+                         _Put(instance, L"policyXml", xml) && _Put(instance, L"id", CComBSTR(id)) &&
+                         instance->Put(L"precedence", 0, &order, 0) == S_OK &&
+                         _Put(instance, L"name", CComBSTR(name)) && _Put(instance, L"GPOID", _m_gpoId) &&
+                         _Put(instance, L"SOMID", _m_somId) && _Put(instance, L"creationTime", _m_time) &&
+                         services->PutInstance(instance, 0, nullptr, nullptr) == S_OK;
+        Require(put, "the bare side's puts");
+        char line[200];
+        const int length =
+            std::snprintf(line, sizeof line, "INFO: policy logged. Name=[Policy %d]\r\n", number);
+        DWORD written = 0;
+        Require(::WriteFile(_m_file.Get(), line, static_cast<DWORD>(length), &written, nullptr) != FALSE,
+                "the bare side's line");
+    }
+
+    // The text is to be the same, so the group gets its name here too.
+    void _NameGroup(IXMLDOMNode* policy, int group)
+    {
+        CComPtr<IXMLDOMNode> targets;
+        CComPtr<IXMLDOMNode> node;
+        CComPtr<IXMLDOMElement> element;
+        Require(policy->get_firstChild(&targets) == S_OK && targets->get_firstChild(&node) == S_OK &&
+                    node.QueryInterface(&element) == S_OK,
+                "the bare side's group");
+        VARIANT name{};
+        name.vt = VT_BSTR;
+        name.bstrVal = _m_groupNames[static_cast<std::size_t>(group)];
+        Require(element->setAttribute(_m_nameAttribute, name) == S_OK, "the bare side's group name");
+    }
+
+    static bool _Put(IWbemClassObject* instance, const wchar_t* property, BSTR text)
+    {
+        VARIANT value{};
+        value.vt = VT_BSTR;
+        value.bstrVal = text;
+        return instance->Put(property, 0, &value, 0) == S_OK;
+    }
+
+    CkxFileHandle _m_file;
+    std::vector<CComBSTR> _m_groupNames;
+    CComBSTR _m_nameAttribute = L"name";
+    CComBSTR _m_gpoId = L"CN={A},CN=Policies,CN=System,DC=fernhill,DC=example";
+    CComBSTR _m_somId = L"DC=fernhill,DC=example";
+    CComBSTR _m_time = L"20240229123456.000000+000";
+};
+
+template <class Log>
+kx::BenchSide Side(int count, Log log)
+{
+    return [count, log] {
+        const auto stage = std::make_unique<Stage>(count);
+        double nanoseconds = kx::NanosecondsACall(1, [&] { log(*stage); }) / count;
+        Require(stage->store.Instances().size() == static_cast<std::size_t>(count),
+                "something was not logged");
+        return nanoseconds;
+    };
+}
+
+// A folder for the files of both sides.
+std::wstring MakeFolder()
+{
+    wchar_t temp[MAX_PATH + 1];
+    Require(::GetTempPathW(MAX_PATH + 1, temp) != 0, "the temporary folder");
+    const std::wstring folder = std::wstring(temp) + L"kx_bench_rsop";
+    ::CreateDirectoryW(folder.c_str(), nullptr);
+    const CkxFileHandle file(::CreateFileW((folder + L"\\Policies.xml").c_str(), GENERIC_WRITE, 0, nullptr,
+                                           CREATE_ALWAYS, 0, nullptr));
+    Require(static_cast<bool>(file), "a file for its time");
+    return folder;
+}
+
+void TraceInto(const std::wstring& path)
+{
+    ::DeleteFileW(path.c_str());
+    std::string utf8;
+    Require(kx::WideToUtf8(path, utf8) && D_ToFile(utf8), "our side's trace file");
+}
+
+} // namespace
+
+HMODULE KxModule() noexcept
+{
+    return ::GetModuleHandleW(nullptr);
+}
+
+int main(int argc, char** argv)
+{
+    CkxBenchReport report(argc, argv);
+    Require(SUCCEEDED(::CoInitializeEx(nullptr, COINIT_MULTITHREADED)), "COM");
+    {
+        const CkxDateTimeClass dateTimes;
+        Require(dateTimes.Status() == S_OK, "the converter of times");
+        g_folder = MakeFolder();
+        TraceInto(g_folder + L"\\ours.trace");
+        Bare bare((g_folder + L"\\bare.lines").c_str());
+        std::vector<kx::Samples> ours;
+        const int counts[] = {1000, 10000, 100000};
+        const int rounds[] = {21, 9, 3};
+        for (int i = 0; i < 3; ++i) {
+            const auto sides =
+                kx::Interleave(rounds[i], {Side(counts[i], LogOurs),
+                                           Side(counts[i], [&](Stage& stage) { bare.Log(stage); })});
+            report.Compare(std::to_string(counts[i]) + " policies, 500 groups", "ns/policy", sides[0],
+                           sides[1], kMostAgainstBare);
+            ours.push_back(sides[0]);
+        }
+        report.Figure("cost a policy, 100000 to 1000", "times", kx::Median(ours[2]) / kx::Median(ours[0]),
+                      kMostGrowth);
+    }
+    ::CoUninitialize();
+    return report.Finish();
+}
