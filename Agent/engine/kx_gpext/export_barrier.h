@@ -17,7 +17,7 @@ template <class Body>
     } catch (const std::bad_alloc&) {
         error = ERROR_OUTOFMEMORY;
     } catch (const CAtlException& exception) {
-        if (exception.m_hr == E_OUTOFMEMORY)
+        if (exception.m_hr == E_OUTOFMEMORY || exception.m_hr == HRESULT_FROM_WIN32(ERROR_NOT_ENOUGH_MEMORY))
             error = ERROR_OUTOFMEMORY;
     } catch (...) { // nothing is known of it
     }
