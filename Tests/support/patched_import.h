@@ -5,14 +5,20 @@
 #include <cstring>
 #include <stdexcept>
 
-/// While it lives, calls that the test program makes through its import `function` go to `replacement`. For
-/// one thread at a time; functions looked up by name are not concerned.
+/// While it lives, calls that a module makes through its import `function` go to `replacement`. For one
+/// thread at a time; functions looked up by name are not concerned. REQUIRES: the module stays loaded.
 class PatchedImport {
   public:
-    PatchedImport(const char* function, void* replacement) : _m_slot(_Find(function))
+    /// Of the test program.
+    PatchedImport(const char* function, void* replacement)
+        : PatchedImport(::GetModuleHandleW(nullptr), function, replacement)
+    {
+    }
+
+    PatchedImport(HMODULE module, const char* function, void* replacement) : _m_slot(_Find(module, function))
     {
         if (_m_slot == nullptr)
-            throw std::runtime_error("the program does not import that");
+            throw std::runtime_error("the module does not import that");
         _m_original = *_m_slot;
         _Write(replacement);
     }
@@ -31,29 +37,28 @@ class PatchedImport {
 
   private:
     template <class T>
-    static T* _At(DWORD offset)
+    static T* _At(HMODULE module, ULONGLONG offset)
     {
-        return reinterpret_cast<T*>(reinterpret_cast<BYTE*>(::GetModuleHandleW(nullptr)) + offset);
+        return reinterpret_cast<T*>(reinterpret_cast<BYTE*>(module) + offset);
     }
 
-    /// The place in the import table that the program calls through.
-    static void** _Find(const char* function)
+    /// The place in the import table that the module calls through.
+    static void** _Find(HMODULE module, const char* function)
     {
-        const auto* headers = _At<IMAGE_NT_HEADERS>(static_cast<DWORD>(_At<IMAGE_DOS_HEADER>(0)->e_lfanew));
+        const auto* headers =
+            _At<IMAGE_NT_HEADERS>(module, static_cast<DWORD>(_At<IMAGE_DOS_HEADER>(module, 0)->e_lfanew));
         const DWORD table =
             headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT].VirtualAddress;
-        for (auto* module = _At<IMAGE_IMPORT_DESCRIPTOR>(table); module->Name != 0; ++module) {
-            const auto* name = _At<IMAGE_THUNK_DATA>(module->OriginalFirstThunk);
-            for (auto* slot = _At<void*>(module->FirstThunk); name->u1.AddressOfData != 0; ++name, ++slot)
-                if (!IMAGE_SNAP_BY_ORDINAL(name->u1.Ordinal) && std::strcmp(_NameOf(*name), function) == 0)
+        for (auto* from = _At<IMAGE_IMPORT_DESCRIPTOR>(module, table); from->Name != 0; ++from) {
+            const auto* name = _At<IMAGE_THUNK_DATA>(module, from->OriginalFirstThunk);
+            for (auto* slot = _At<void*>(module, from->FirstThunk); name->u1.AddressOfData != 0;
+                 ++name, ++slot)
+                if (!IMAGE_SNAP_BY_ORDINAL(name->u1.Ordinal) &&
+                    std::strcmp(_At<IMAGE_IMPORT_BY_NAME>(module, name->u1.AddressOfData)->Name, function) ==
+                        0)
                     return slot;
         }
         return nullptr;
-    }
-
-    static const char* _NameOf(const IMAGE_THUNK_DATA& thunk)
-    {
-        return _At<IMAGE_IMPORT_BY_NAME>(static_cast<DWORD>(thunk.u1.AddressOfData))->Name;
     }
 
     void _Write(void* target) const

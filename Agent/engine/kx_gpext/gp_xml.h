@@ -8,6 +8,11 @@
 
 #include <array>
 
+namespace kx {
+struct AppendedSet;
+struct AppendedUpdate;
+} // namespace kx
+
 /// Turns one processing pass of the engine into one document for the agent: reads each changed GPO's policy
 /// files under the user's identity and merges them in one global order. One object a call.
 ///
@@ -27,6 +32,11 @@ class CkxGpXml : public CAccessToken {
     /// after an abort, or 1465 when the object is not initialised. `rsopStatus` is the logging's outcome.
     [[nodiscard]] DWORD Process(PGROUP_POLICY_OBJECTW deleted, PGROUP_POLICY_OBJECTW changed,
                                 const BOOL* abort, DWORD& rsopStatus);
+
+    /// The pass over sets that a component of the agent pushes, whose policies keep their own orders. Returns
+    /// 0; 87 without a request, or without the sets that it announces; 1465 when the object is not
+    /// initialised or a set cannot be read, and the document is then not to be sent.
+    [[nodiscard]] DWORD ProcessAppendedUpdate(const kx::AppendedUpdate* update);
 
     /// One changed GPO. False when nothing of it could be used.
     bool OnGPO(CkxKxGroupPolicyObject& gpo);
@@ -71,6 +81,8 @@ class CkxGpXml : public CAccessToken {
 
     void _ProcessDeleted(PGROUP_POLICY_OBJECTW first, const BOOL* abort);
     void _ProcessChanged(PGROUP_POLICY_OBJECTW first, const BOOL* abort);
+    /// False when the whole update has to fail; a set with a missing text is left out.
+    [[nodiscard]] bool _OnAppendedSet(const kx::AppendedSet& set);
     bool _OnDeletedGPO(const CkxKxGroupPolicyObject& gpo);
     [[nodiscard]] bool _FindChangedGPOElement(const CkxKxGroupPolicyObject& gpo, CkxXMLNode& element) const;
     [[nodiscard]] bool _AddGPOElement(const CkxKxGroupPolicyObject& gpo, const CkxXMLNode& parent,
