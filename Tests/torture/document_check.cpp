@@ -6,8 +6,13 @@
 
 namespace {
 
-constexpr std::string_view kForced = " forced=\"true\"";
-constexpr std::string_view kUnforced = " forced=\"false\"";
+// What tells a document of the second run, and what the first one's has there.
+struct Mark {
+    std::string_view second;
+    std::string_view first;
+};
+
+constexpr Mark kMarks[] = {{" forced=\"true\"", " forced=\"false\""}, {" deleteAllAppended=\"true\"", ""}};
 
 std::vector<std::string> Lines(const std::string& text)
 {
@@ -43,7 +48,7 @@ bool IsPartOf(const std::string& line, const std::string& whole)
 
 } // namespace
 
-std::string DocumentFault(const std::string& whole, const std::string& got, bool errorTraced)
+std::string DocumentFault(const std::string& whole, const std::string& got, bool excused)
 {
     const std::vector<std::string> all = Lines(whole);
     const std::vector<std::string> lines = Lines(got);
@@ -60,9 +65,7 @@ std::string DocumentFault(const std::string& whole, const std::string& got, bool
             return "has what the undamaged one has not: " + lines[line];
     }
     missing += all.size() - next;
-    return missing != 0 && !errorTraced
-               ? "lacks " + std::to_string(missing) + " parts, and no error was traced"
-               : "";
+    return missing != 0 && !excused ? "lacks " + std::to_string(missing) + " parts without an excuse" : "";
 }
 
 std::set<std::string> ErrorsIn(const std::string& trace)
@@ -74,14 +77,15 @@ std::set<std::string> ErrorsIn(const std::string& trace)
     return errors;
 }
 
-bool IsForced(const std::string& meaning)
+bool IsOfSecondRun(const std::string& meaning)
 {
-    return meaning.find(kForced) != std::string::npos;
+    return AsOfFirstRun(meaning) != meaning;
 }
 
-std::string Unforced(std::string meaning)
+std::string AsOfFirstRun(std::string meaning)
 {
-    if (const std::size_t at = meaning.find(kForced); at != std::string::npos)
-        meaning.replace(at, kForced.size(), kUnforced);
+    for (const Mark& mark : kMarks)
+        if (const std::size_t at = meaning.find(mark.second); at != std::string::npos)
+            meaning.replace(at, mark.second.size(), mark.first);
     return meaning;
 }

@@ -4,14 +4,14 @@
 #include <string>
 
 /// Compares a delivered document with the undamaged one, both by meaning. It may be the same, or lack parts
-/// where the pass traced an error; it holds nothing else. Gives what is wrong; "" for nothing.
-[[nodiscard]] std::string DocumentFault(const std::string& whole, const std::string& got, bool errorTraced);
+/// where that is excused; it holds nothing else. Gives what is wrong; "" for nothing.
+[[nodiscard]] std::string DocumentFault(const std::string& whole, const std::string& got, bool excused);
 
 /// What the error lines of a trace say, each once.
 [[nodiscard]] std::set<std::string> ErrorsIn(const std::string& trace);
 
-/// True for the document of a forced refresh.
-[[nodiscard]] bool IsForced(const std::string& meaning);
+/// True for the document of a stage's second run: of a forced refresh, or an update that drops all sets.
+[[nodiscard]] bool IsOfSecondRun(const std::string& meaning);
 
-/// The same document as if the refresh had not been forced.
-[[nodiscard]] std::string Unforced(std::string meaning);
+/// The same document as if the first run had made it.
+[[nodiscard]] std::string AsOfFirstRun(std::string meaning);

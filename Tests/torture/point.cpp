@@ -7,23 +7,9 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <iterator>
 #include <optional>
 
 namespace {
-
-// Every code that the module documents for its processing callback.
-constexpr DWORD kDocumentedCodes[] = {
-    ERROR_SUCCESS,           ERROR_OUTOFMEMORY,        ERROR_INVALID_PARAMETER,
-    ERROR_OPERATION_ABORTED, ERROR_OVERRIDE_NOCHANGES, ERROR_INTERNAL_ERROR,
-    ERROR_XML_PARSE_ERROR,
-};
-
-bool IsDocumented(DWORD code)
-{
-    return std::find(std::begin(kDocumentedCodes), std::end(kDocumentedCodes), code) !=
-           std::end(kDocumentedCodes);
-}
 
 // The module is refused where its language library finds no memory to begin with; nothing of ours has run.
 bool IsRefusedLoad(DWORD error)
@@ -69,7 +55,7 @@ Delivered TakeDocuments(Stage& stage)
         if (!text)
             continue;
         std::string meaning = XmlMeaning(std::wstring(text->begin(), text->end()));
-        std::optional<std::string>& place = IsForced(meaning) ? delivered.second : delivered.first;
+        std::optional<std::string>& place = IsOfSecondRun(meaning) ? delivered.second : delivered.first;
         delivered.twice = delivered.twice || place;
         place = std::move(meaning);
     }
@@ -91,7 +77,8 @@ class Judge {
     void Code()
     {
         const DWORD code = _m_result.code;
-        if (!IsDocumented(code))
+        const std::span<const DWORD> documented = _m_scenario.entry.codes;
+        if (std::find(documented.begin(), documented.end(), code) == documented.end())
             Complain("code " + std::to_string(code) + " is not documented");
         // An update that the agent has not got must be asked for again.
         if (_m_scenario.code != ERROR_SUCCESS && code == ERROR_SUCCESS)
@@ -130,9 +117,11 @@ class Judge {
         if (!_m_undamaged)
             return;
         if (delivered.first && _m_result.code == ERROR_SUCCESS)
-            _Document("the document", _m_undamaged->document, *delivered.first, _HasNewError());
+            _Document("the document", _m_undamaged->document, *delivered.first,
+                      _m_scenario.entry.deliversParts && _HasNewError());
         if (delivered.second)
-            _Document("the document afterwards", _m_undamaged->document, Unforced(*delivered.second), false);
+            _Document("the document afterwards", _m_undamaged->document, AsOfFirstRun(*delivered.second),
+                      false);
     }
 
     void Leavings()
@@ -158,10 +147,9 @@ class Judge {
                            [&](const std::string& error) { return usual.count(error) == 0; });
     }
 
-    void _Document(const std::string& what, const std::string& whole, const std::string& got,
-                   bool errorTraced)
+    void _Document(const std::string& what, const std::string& whole, const std::string& got, bool excused)
     {
-        if (const std::string fault = DocumentFault(whole, got, errorTraced); !fault.empty())
+        if (const std::string fault = DocumentFault(whole, got, excused); !fault.empty())
             Complain(what + " " + fault);
     }
 
@@ -187,12 +175,12 @@ PointResult RunPoint(Stage& stage, const Scenario& scenario, FaultPlan plan, con
     if (loadError == ERROR_SUCCESS) {
         if (!scenario.inStartUp)
             armed.emplace(faults);
-        result.code = scenario.run(stage, false);
+        result.code = scenario.entry.run(stage, false);
         armed.reset();
         judge.Code();
         judge.Thread();
         const std::string trace = stage.Trace();
-        const DWORD secondCode = scenario.run(stage, true);
+        const DWORD secondCode = scenario.entry.run(stage, true);
         judge.Documents(stage, secondCode, trace);
         result.failedAt = OffsetsText(stage.Module(), faults.FailedAt());
         if (scenario.inStartUp)

@@ -71,18 +71,57 @@ void SetUpSmallRefresh(Stage& stage)
     stage.SetAgent(AgentRole::Listens);
 }
 
+void SetUpAppendedMachine(Stage& stage)
+{
+    stage.SetAgent(AgentRole::Listens);
+    stage.flags = GPO_INFO_FLAG_MACHINE;
+    stage.changed = {WriteFullGpo(stage, kGpoA), WriteSmallGpo(stage, kGpoB)};
+}
+
+void SetUpAppendedFaultyUser(Stage& stage)
+{
+    stage.SetAgent(AgentRole::Listens);
+    const CkxListedGpo faulty = WriteSmallGpo(stage, kGpoB);
+    stage.Write(kGpoB, L"Tokens.xml", "<Tokens version='4'/>");
+    CkxListedGpo nameless = faulty;
+    nameless.name.clear();
+    stage.changed = {nameless, faulty, WriteSmallGpo(stage, kGpoC)};
+    stage.changed.back().displayName.assign(200, L'%'); // too long to be lent without memory
+}
+
 DWORD Refresh(Stage& stage, bool again)
 {
     return stage.Refresh(again);
 }
 
+DWORD PushAppended(Stage& stage, bool again)
+{
+    return stage.PushAppended(again);
+}
+
+constexpr DWORD kRefreshCodes[] = {
+    ERROR_SUCCESS,           ERROR_OUTOFMEMORY,        ERROR_INVALID_PARAMETER,
+    ERROR_OPERATION_ABORTED, ERROR_OVERRIDE_NOCHANGES, ERROR_INTERNAL_ERROR,
+    ERROR_XML_PARSE_ERROR,
+};
+constexpr DWORD kAppendedCodes[] = {
+    ERROR_SUCCESS,     ERROR_ACCESS_DENIED,  ERROR_OUTOFMEMORY,     ERROR_NOT_READY,
+    ERROR_WRITE_FAULT, ERROR_INTERNAL_ERROR, ERROR_XML_PARSE_ERROR,
+};
+
+constexpr Entry kRefresh = {Refresh, kRefreshCodes, true};
+constexpr Entry kAppended = {PushAppended, kAppendedCodes, false};
+
 constexpr Scenario kScenarios[] = {
-    {"refresh-machine", SetUpMachine, Refresh, ERROR_SUCCESS},
-    {"refresh-user-faulty-gpo", SetUpFaultyUser, Refresh, ERROR_SUCCESS},
-    {"agent-not-installed", SetUpNothing, Refresh, ERROR_SUCCESS},
-    {"agent-stopped", SetUpStoppedAgent, Refresh, ERROR_OVERRIDE_NOCHANGES},
-    {"agent-without-pipe", SetUpDeafAgent, Refresh, ERROR_OVERRIDE_NOCHANGES},
-    {"load-and-unload", SetUpSmallRefresh, Refresh, ERROR_SUCCESS, true},
+    {"refresh-machine", SetUpMachine, kRefresh, ERROR_SUCCESS},
+    {"refresh-user-faulty-gpo", SetUpFaultyUser, kRefresh, ERROR_SUCCESS},
+    {"agent-not-installed", SetUpNothing, kRefresh, ERROR_SUCCESS},
+    {"agent-stopped", SetUpStoppedAgent, kRefresh, ERROR_OVERRIDE_NOCHANGES},
+    {"agent-without-pipe", SetUpDeafAgent, kRefresh, ERROR_OVERRIDE_NOCHANGES},
+    {"appended-machine", SetUpAppendedMachine, kAppended, ERROR_SUCCESS},
+    {"appended-user-faulty-set", SetUpAppendedFaultyUser, kAppended, ERROR_SUCCESS},
+    {"appended-agent-stopped", SetUpStoppedAgent, kAppended, ERROR_NOT_READY},
+    {"load-and-unload", SetUpSmallRefresh, kRefresh, ERROR_SUCCESS, true},
 };
 
 } // namespace

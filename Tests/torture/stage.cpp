@@ -1,5 +1,6 @@
 #include "Tests/torture/stage.h"
 
+#include "Tests/support/appended_call.h"
 #include "Tests/support/temp_folder.h"
 
 #include <fstream>
@@ -88,6 +89,22 @@ DWORD Stage::Refresh(bool again)
     return _m_extension.ProcessGroupPolicyEx()(flags | (again ? GPO_INFO_FLAG_FORCED_REFRESH : 0),
                                                _m_token.Get(), HKEY_LOCAL_MACHINE, deletedList.Head(),
                                                changedList.Head(), 0, nullptr, nullptr, nullptr, nullptr);
+}
+
+DWORD Stage::PushAppended(bool again)
+{
+    std::vector<std::wstring> folders;
+    folders.reserve(changed.size()); // the sets point into the texts
+    std::vector<kx::AppendedSet> sets;
+    for (const CkxListedGpo& gpo : changed) {
+        folders.push_back(gpo.folder + L"\\" + kPolicyFolder);
+        sets.push_back({folders.back().c_str(), gpo.name.c_str(), gpo.displayName.c_str()});
+    }
+    const bool isMachine = (flags & GPO_INFO_FLAG_MACHINE) != 0;
+    const kx::AppendedUpdate request = {
+        sets.data(), static_cast<std::int32_t>(sets.size()), again, {}, isMachine ? nullptr : _m_token.Get()};
+    const LocalSystemCaller caller(_m_extension.Get());
+    return CallAppendedUpdate(_m_extension.Get(), &request);
 }
 
 std::optional<std::vector<std::byte>> Stage::NextMessage()

@@ -58,6 +58,10 @@ class Stage {
     /// refresh.
     [[nodiscard]] DWORD Refresh(bool again);
 
+    /// One call of a component of the agent, as LocalSystem, with what the set-up has listed as changed:
+    /// machine policy where the flags say so, else the user's. `again`, it asks for all sets to be dropped.
+    [[nodiscard]] DWORD PushAppended(bool again);
+
     /// The oldest message not yet taken; nullopt when none comes in time.
     [[nodiscard]] std::optional<std::vector<std::byte>> NextMessage();
 
