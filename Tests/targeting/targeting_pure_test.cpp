@@ -1,0 +1,300 @@
+// The targeting stand-in's pure parts: joining filters, names, versions, variables, and each filter's forms.
+
+#include "Tools/targeting/filter_tree.h"
+#include "Tools/targeting/item_decision.h"
+#include "Tools/targeting/name_pattern.h"
+#include "Tools/targeting/variable_text.h"
+
+#include <gtest/gtest.h>
+
+#include <map>
+
+namespace {
+
+using std::optional;
+using std::wstring;
+
+/// Reads a tree such as "T&!F|(F|T)": T and F are filters, joined as written, parentheses are collections.
+std::vector<kx::FilterNode> Tree(std::string_view text)
+{
+    std::vector<kx::FilterNode> nodes;
+    kx::FilterNode next;
+    for (const char character : text) {
+        if (character == '!') {
+            next.negated = true;
+        } else if (character == '&' || character == '|') {
+            next.join = character == '&' ? kx::FilterJoin::And : kx::FilterJoin::Or;
+        } else if (character == ')') {
+            --next.depth;
+        } else {
+            next.isCollection = character == '(';
+            next.matches = character == 'T';
+            nodes.push_back(next);
+            next = {next.depth + (next.isCollection ? 1 : 0)};
+        }
+    }
+    return nodes;
+}
+
+/// A machine as a test describes it.
+class FakeFacts : public kx::TargetingFacts {
+  public:
+    optional<wstring> UserName() const override { return userName; }
+
+    optional<wstring> UserSid() const override { return userSid; }
+
+    optional<wstring> NameOf(kx::ComputerName kind) const override
+    {
+        return kind == kx::ComputerName::Dns ? L"pc-7.example.net" : L"PC-7";
+    }
+
+    optional<wstring> Variable(const wstring& name) const override
+    {
+        const auto found = variables.find(Folded(name));
+        return found == variables.end() ? std::nullopt : optional<wstring>(found->second);
+    }
+
+    kx::FileState StateOf(const wstring& path) const override
+    {
+        const auto found = files.find(path);
+        return found == files.end() ? kx::FileState::Absent : found->second;
+    }
+
+    kx::FileVersionFact VersionOf(const wstring& /*path*/) const override { return version; }
+
+    wstring Folded(std::wstring_view text) const override
+    {
+        wstring folded(text);
+        for (wchar_t& unit : folded)
+            unit = unit >= L'a' && unit <= L'z' ? static_cast<wchar_t>(unit - L'a' + L'A') : unit;
+        return folded;
+    }
+
+    optional<wstring> userName = L"FERNHILL\\Anna";
+    optional<wstring> userSid = L"S-1-5-21-1-2-3-1001";
+    std::map<wstring, wstring> variables = {
+        {L"SITE", L"North"}, {L"ROOT", L"C:\\Tools"}, {L"PCT", L"%SITE%"}};
+    std::map<wstring, kx::FileState> files = {{L"C:\\Tools\\a.exe", kx::FileState::File},
+                                              {L"C:\\Tools", kx::FileState::Folder},
+                                              {L"C:\\locked", kx::FileState::CannotTell}};
+    kx::FileVersionFact version{kx::FileVersionFact::State::Known, {2, 5, 0, 0}};
+};
+
+using Attributes = std::vector<kx::FilterAttribute>;
+
+TEST(FilterTree, JoinsFromLeftToRight)
+{
+    const struct {
+        const char* why;
+        const char* tree;
+        bool expected;
+    } rows[] = {
+        {"no filters", "", true},
+        {"one", "F", false},
+        {"and", "T&F", false},
+        {"or", "F|T", true},
+        {"and does not bind stronger", "T|T&F", false},
+        {"what was false can become true", "F&T|T", true},
+        {"what was true can become false", "F|T&F", false},
+        {"the first one's OR has no meaning", "|F&T", false},
+        {"not belongs to one filter", "!F&T", true},
+        {"not after and", "T&!T", false},
+        {"a collection changes the order", "T|(T&F)", true},
+        {"a collection's first OR has no meaning", "T&(|F)", false},
+        {"not belongs to the whole collection", "!(T&F)", true},
+        {"not of a collection, not of a member", "!(!T|T)", false},
+        {"what follows a collection joins outside", "(F)|T", true},
+        {"collections side by side", "(F|T)&(T&F)", false},
+        {"two levels close at once", "((F))|T", true},
+        {"negations at each level", "!(!(!(T)))", false},
+        {"inner first", "F|(T&(F|!(F)))&T", true},
+    };
+
+    for (const auto& row : rows)
+        EXPECT_EQ(kx::EvaluateTree(Tree(row.tree)), row.expected) << row.why << ": " << row.tree;
+}
+
+TEST(FilterTree, DepthCostsNoStack)
+{
+    constexpr std::size_t depth = 300001; // an odd number of negations
+    std::string tree;
+    for (std::size_t i = 0; i < depth; ++i)
+        tree += "!(";
+    EXPECT_FALSE(kx::EvaluateTree(Tree(tree + "T")));
+}
+
+TEST(NamePattern, WildcardsTakeWhatTheyCan)
+{
+    const struct {
+        const wchar_t* name;
+        const wchar_t* pattern;
+        bool expected;
+    } rows[] = {
+        {L"PC-7", L"PC-7", true},  {L"PC-7", L"PC", false},    {L"PC-7", L"pc-7", false},
+        {L"PC-7", L"PC-?", true},  {L"PC-", L"PC-?", false},   {L"PC-7", L"*", true},
+        {L"", L"*", true},         {L"", L"?", false},         {L"", L"", true},
+        {L"PC-7", L"", false},     {L"PC-7", L"*7", true},     {L"PC-77", L"*7", true},
+        {L"PC-7", L"P**7*", true}, {L"abcabd", L"*abd", true}, {L"aXbXc", L"a*b*d", false},
+        {L"a*b", L"a*b", true},    {L"abab", L"*ab?", false},  {L"mississippi", L"m*iss*pi", true},
+    };
+
+    for (const auto& row : rows)
+        EXPECT_EQ(kx::MatchesPattern(row.name, row.pattern), row.expected)
+            << testing::PrintToString(row.name) << " as " << testing::PrintToString(row.pattern);
+    const wstring name(3000, L'a');
+    EXPECT_FALSE(kx::MatchesPattern(name, L"*a*a*a*a*a*a*a*a*a*a*b")) << "in time";
+}
+
+TEST(FileVersion, IsFourNumbersInOrderOfWeight)
+{
+    for (const wchar_t* text : {L"", L"1", L"1.2.3", L"1.2.3.4.5", L"1.2.3.", L".2.3.4", L"1.2..4",
+                                L"1.2.3.65536", L"1.2.3.-4", L"1.2.3.4 ", L"1,2,3,4", L"1.2.3.000001"})
+        EXPECT_EQ(kx::ParseFileVersion(text), std::nullopt) << testing::PrintToString(text);
+    EXPECT_EQ(kx::ParseFileVersion(L"0.10.65535.00007"), (kx::FileVersion{0, 10, 65535, 7}));
+
+    const struct {
+        kx::FileVersion version;
+        bool withEnds, withoutEnds;
+    } rows[] = {
+        {{1, 9, 0, 0}, false, false}, {{1, 10, 0, 0}, true, false}, {{1, 10, 0, 1}, true, true},
+        {{2, 0, 0, 0}, true, false},  {{2, 0, 0, 1}, false, false},
+    };
+
+    for (const auto& row : rows) {
+        kx::VersionRange range{{1, 10, 0, 0}, {2, 0, 0, 0}, true, true};
+        EXPECT_EQ(range.Holds(row.version), row.withEnds) << testing::PrintToString(row.version);
+        range.withLowest = range.withHighest = false;
+        EXPECT_EQ(range.Holds(row.version), row.withoutEnds) << testing::PrintToString(row.version);
+    }
+}
+
+TEST(VariableText, ReplacesWhatIsSet)
+{
+    const FakeFacts facts;
+    const std::pair<const wchar_t*, const wchar_t*> rows[] = {
+        {L"%Site%/%site%", L"North/North"},
+        {L"100%", L"100%"},
+        {L"%%%SITE%", L"%%North"},
+        {L"%PCT%", L"%SITE%"}, // not looked through again
+    };
+    for (const auto& [text, expected] : rows)
+        EXPECT_EQ(kx::ExpandVariables(text, facts).text, expected);
+    EXPECT_EQ(kx::ExpandVariables(L"%SITE%%NONE%", facts).unknown, L"NONE");
+}
+
+// Each filter alone, in every form that it understands, and in those that it does not.
+TEST(Filters, AnswerOrSayWhyNot)
+{
+    enum Answer { Yes, No, CannotTell };
+
+    const wchar_t* const user = L"FilterUser";
+    const wchar_t* const pc = L"FilterComputer";
+    const wchar_t* const var = L"FilterVariable";
+    const wchar_t* const file = L"FilterFile";
+    const auto exists = [](const wchar_t* path, const wchar_t* folder) {
+        return Attributes{{L"type", L"EXISTS"}, {L"path", path}, {L"folder", folder}};
+    };
+    const auto version = [](const wchar_t* low, const wchar_t* gte, const wchar_t* high, const wchar_t* lte,
+                            const wchar_t* path = L"%root%\\a.exe") {
+        return Attributes{{L"type", L"VERSION"}, {L"path", path}, {L"folder", L"0"}, {L"min", low},
+                          {L"gte", gte},         {L"max", high},  {L"lte", lte}};
+    };
+
+    const struct {
+        int row;
+        Answer expected;
+        const wchar_t* name;
+        Attributes attributes;
+    } rows[] = {
+        {__LINE__, Yes, user, {{L"name", L"fernhill\\ANNA"}}},
+        {__LINE__, Yes, user, {{L"name", L"FERN*\\ann?"}, {L"sid", L""}}},
+        {__LINE__, No, user, {{L"name", L"*\\Bert"}}},
+        {__LINE__, CannotTell, user, {{L"name", L"Anna"}}},
+        {__LINE__, Yes, user, {{L"name", L"OLD\\Name"}, {L"sid", L"S-1-5-21-1-2-3-1001"}}},
+        {__LINE__, No, user, {{L"name", L"FERNHILL\\Anna"}, {L"sid", L"S-1-5-18"}}},
+        {__LINE__, CannotTell, user, {{L"sid", L"S-1-5-Anna"}}},
+        {__LINE__, CannotTell, user, {{L"name", L"%site%\\Anna"}}},
+        {__LINE__, CannotTell, user, {{L"name", L"FERNHILL\\Anna"}, {L"primary", L"1"}}},
+        {__LINE__, Yes, pc, {{L"type", L"NETBIOS"}, {L"name", L"pc-*"}}},
+        {__LINE__, No, pc, {{L"type", L"NETBIOS"}, {L"name", L"pc-7.example.net"}}},
+        {__LINE__, Yes, pc, {{L"type", L"DNS"}, {L"name", L"PC-7.example.net"}}},
+        {__LINE__, CannotTell, pc, {{L"name", L"PC-7"}}},
+        {__LINE__, Yes, var, {{L"variableName", L"site"}, {L"value", L"NORTH"}, {L"hidden", L"1"}}},
+        {__LINE__, No, var, {{L"variableName", L"SITE"}, {L"value", L"N*"}}},
+        {__LINE__, Yes, var, {{L"variableName", L"NONE"}, {L"value", L""}}},
+        {__LINE__, CannotTell, var, {{L"value", L"x"}}},
+        {__LINE__, Yes, file, exists(L"%ROOT%\\a.exe", L"0")},
+        {__LINE__, No, file, exists(L"%ROOT%\\a.exe", L"1")},
+        {__LINE__, Yes, file, exists(L"C:\\Tools", L"1")},
+        {__LINE__, No, file, exists(L"C:\\Tools\\none", L"0")},
+        {__LINE__, CannotTell, file, exists(L"C:\\locked", L"0")},
+        {__LINE__, CannotTell, file, exists(L"%NONE%\\a.exe", L"0")},
+        {__LINE__, CannotTell, file, exists(L"a.exe", L"0")},
+        {__LINE__, CannotTell, file, exists(L"C:\\Tools\\*.exe", L"0")},
+        {__LINE__, CannotTell, file, exists(L"C:\\Tools", L"yes")},
+        {__LINE__, CannotTell, file, {{L"path", L"C:\\Tools"}, {L"type", L"DATE"}}},
+        {__LINE__, Yes, file, version(L"2.5.0.0", L"1", L"2.5.0.0", L"1")},
+        {__LINE__, No, file, version(L"2.5.0.0", L"0", L"3.0.0.0", L"1")},
+        {__LINE__, No, file, version(L"1.0.0.0", L"1", L"2.5.0.0", L"0")},
+        {__LINE__, No, file, version(L"0.0.0.0", L"1", L"9.0.0.0", L"1", L"C:\\Tools\\none")},
+        {__LINE__, CannotTell, file, version(L"1.0", L"1", L"2.0", L"1")},
+        {__LINE__, CannotTell, file, version(L"1.0.0.0", L"", L"2.0.0.0", L"1")},
+        {__LINE__, CannotTell, file, version(L"1.0.0.0", L"1", L"2.0.0.0", L"2")},
+        {__LINE__, CannotTell, L"FilterGroup", {}},
+        {__LINE__, CannotTell, L"FilterCollection", {}},
+        {__LINE__, CannotTell, user, {{L"name", L"FERNHILL\\Anna"}, {L"bool", L"XOR"}}},
+        {__LINE__, CannotTell, user, {{L"name", L"FERNHILL\\Anna"}, {L"not", L"true"}}},
+    };
+
+    const FakeFacts facts;
+    for (const auto& row : rows) {
+        kx::FilterElement element{0, row.name, row.attributes};
+        const kx::ItemDecision decision = kx::DecideItem(std::span(&element, 1), facts);
+        EXPECT_EQ(decision.passes, row.expected != No) << "line " << row.row;
+        EXPECT_EQ(decision.findings.size(), row.expected == CannotTell ? 1U : 0U) << "line " << row.row;
+        if (row.expected == CannotTell)
+            continue;
+        element.attributes.push_back({L"not", L"1"});
+        EXPECT_EQ(kx::DecideItem(std::span(&element, 1), facts).passes, row.expected == No) << row.row;
+    }
+}
+
+TEST(Filters, WithoutFactsThereIsNoAnswer)
+{
+    FakeFacts facts;
+    facts.userName = facts.userSid = std::nullopt;
+    facts.version.state = kx::FileVersionFact::State::CannotTell;
+    kx::FilterElement file{0, L"FilterFile", {{L"path", L"C:\\Tools\\a.exe"}, {L"type", L"VERSION"}}};
+    for (const auto& [name, value] :
+         {std::pair(L"min", L"0.0.0.0"), {L"max", L"9.0.0.0"}, {L"gte", L"1"}, {L"lte", L"1"}})
+        file.attributes.push_back({name, value});
+    const kx::FilterElement elements[] = {
+        {0, L"FilterUser", {{L"name", L"*\\*"}}}, {0, L"FilterUser", {{L"sid", L"S-1-5-18"}}}, file};
+    EXPECT_EQ(kx::DecideItem(elements, facts).findings.size(), std::size(elements));
+    facts.version.state = kx::FileVersionFact::State::None;
+    EXPECT_FALSE(kx::DecideItem(std::span(&file, 1), facts).passes) << "no version, no match";
+}
+
+// One filter that is not known, deep in a tree that says no.
+TEST(ItemDecision, WhatIsNotKnownLetsTheWholeItemThrough)
+{
+    const Attributes no = {{L"variableName", L"SITE"}, {L"value", L"South"}};
+    std::vector<kx::FilterElement> elements = {
+        {0, L"FilterVariable", no}, {0, L"FilterCollection", {{L"bool", L"AND"}, {L"name", L"inner"}}},
+        {1, L"FilterVariable", no}, {1, L"FilterCollection", {{L"bool", L"AND"}, {L"not", L"1"}}},
+        {2, L"FilterVariable", no},
+    };
+    const FakeFacts facts;
+    EXPECT_FALSE(kx::DecideItem(elements, facts).passes);
+    elements.push_back({3, L"FilterVariable", no}); // a filter inside one that is no collection
+    EXPECT_TRUE(kx::DecideItem(elements, facts).passes);
+    elements.pop_back();
+    elements.push_back({2, L"FilterOs", {{L"bool", L"AND"}}});
+    elements.push_back({0, L"FilterSite", {}});
+    const kx::ItemDecision decision = kx::DecideItem(elements, facts);
+    EXPECT_TRUE(decision.passes);
+    EXPECT_EQ(decision.findings, (std::vector<wstring>{L"FilterOs: a filter that is not known",
+                                                       L"FilterSite: a filter that is not known"}));
+}
+
+} // namespace
