@@ -27,8 +27,16 @@ bool IsElementCalled(IXMLDOMNode* node, std::wstring_view name)
     if (!IsOfType(node, NODE_ELEMENT)) // costs next to nothing, and spares the name
         return false;
     CComBSTR nodeName;
-    return node->get_nodeName(&nodeName) == S_OK && nodeName &&
-           std::wstring_view(nodeName.m_str, nodeName.Length()) == name;
+    const HRESULT hr = node->get_nodeName(&nodeName);
+    Report::ThrowIfOutOfMemory("IsElementCalled", "get_nodeName", hr);
+    return hr == S_OK && nodeName && std::wstring_view(nodeName.m_str, nodeName.Length()) == name;
+}
+
+bool NextOf(IXMLDOMNode* node, CComPtr<IXMLDOMNode>& next)
+{
+    const HRESULT hr = node->get_nextSibling(&next);
+    Report::ThrowIfOutOfMemory("NextOf", "get_nextSibling", hr);
+    return hr == S_OK;
 }
 
 // Moves `node` on along its siblings until it is wanted; false when none is.
@@ -37,7 +45,7 @@ bool FindSibling(CComPtr<IXMLDOMNode>& node, const IsWanted& isWanted)
 {
     while (node && !isWanted(node.p)) {
         CComPtr<IXMLDOMNode> next;
-        if (node->get_nextSibling(&next) != S_OK)
+        if (!NextOf(node, next))
             return false;
         node = std::move(next);
     }
@@ -49,7 +57,9 @@ bool FindChild(IXMLDOMNode* parent, const IsWanted& isWanted, CComPtr<IXMLDOMNod
 {
     if (!parent)
         return Report::Empty("GetFirstChild");
-    return parent->get_firstChild(&found) == S_OK && FindSibling(found, isWanted);
+    const HRESULT hr = parent->get_firstChild(&found);
+    Report::ThrowIfOutOfMemory("GetFirstChild", "get_firstChild", hr);
+    return hr == S_OK && FindSibling(found, isWanted);
 }
 
 template <class IsWanted>
@@ -57,7 +67,7 @@ bool FindNext(IXMLDOMNode* node, const IsWanted& isWanted, CComPtr<IXMLDOMNode>&
 {
     if (!node)
         return Report::Empty("GetNextSibling");
-    return node->get_nextSibling(&found) == S_OK && FindSibling(found, isWanted);
+    return NextOf(node, found) && FindSibling(found, isWanted);
 }
 
 bool IsAccepted(const char* method, const wchar_t* query)

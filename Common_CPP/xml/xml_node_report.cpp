@@ -1,5 +1,6 @@
 #include "Common_CPP/xml/xml_node_report.h"
 
+#include "Common_CPP/atl/kx_atl.h"
 #include "Common_CPP/trace/trace.h"
 
 KXT_CLASS("CkxXMLNode");
@@ -11,10 +12,12 @@ bool CkxXMLNodeReport::Empty(const char* method) noexcept
     return false;
 }
 
-bool CkxXMLNodeReport::Failed(const char* method, const char* call, HRESULT hr) noexcept
+bool CkxXMLNodeReport::Failed(const char* method, const char* call, HRESULT hr)
 {
     KXT_SCOPE(method);
     KXT_OUT(KXT_ERROR, "ERROR: " << call << " failed. hr=" << hr);
+    if (hr == E_OUTOFMEMORY)
+        AtlThrow(hr);
     return false;
 }
 
