@@ -1,6 +1,7 @@
 #include "Common_CPP/util/read_file.h"
 
 #include "Common_CPP/util/unique_handle.h"
+#include "Common_CPP/util/wipe.h"
 
 #include <limits>
 
@@ -52,8 +53,10 @@ DWORD ReadFileToVariant(const CString& path, CComVariant& bytes)
     if (!array.parray)
         return ERROR_OUTOFMEMORY;
     array.vt = VT_ARRAY | VT_UI1;
-    if (const DWORD error = ReadExactly(file.Get(), array.parray->pvData, count); error != ERROR_SUCCESS)
+    if (const DWORD error = ReadExactly(file.Get(), array.parray->pvData, count); error != ERROR_SUCCESS) {
+        kx::Wipe(array.parray->pvData, count); // what was read of it may be a secret
         return error;
+    }
     bytes.Clear();
     bytes.Attach(&array);
     return ERROR_SUCCESS;

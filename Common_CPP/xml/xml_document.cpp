@@ -2,7 +2,9 @@
 
 #include "Common_CPP/trace/trace.h"
 #include "Common_CPP/util/read_file.h"
+#include "Common_CPP/util/scope_exit.h"
 #include "Common_CPP/util/util.h"
+#include "Common_CPP/util/wipe.h"
 #include "Common_CPP/xml/xml_in_bstr.h"
 #include "Common_CPP/xml/xml_text.h"
 
@@ -22,11 +24,20 @@ constexpr long kMostDepth = 256; // deeper ones could exhaust the stack of whoev
 constexpr const wchar_t* kNoDocument = L"the XML parser is not available";
 constexpr const wchar_t* kHasDoctype = L"a document type declaration is not allowed";
 
+// Running out of memory is never just a failed operation.
 bool ReportFailed(const char* method, const char* call, HRESULT hr)
 {
     KXT_SCOPE(method);
     KXT_OUT(KXT_ERROR, "ERROR: " << call << " failed. hr=" << hr);
+    if (hr == E_OUTOFMEMORY)
+        AtlThrow(hr);
     return false;
+}
+
+void WipeBytes(const VARIANT& bytes) noexcept
+{
+    if (bytes.vt == (VT_ARRAY | VT_UI1) && bytes.parray)
+        kx::Wipe(bytes.parray->pvData, bytes.parray->rgsabound[0].cElements);
 }
 
 // True when the document holds its document element and nothing beside it.
@@ -96,7 +107,7 @@ bool CkxXMLDocument::_Accept(HRESULT hr, VARIANT_BOOL parsed)
     if (hr != S_OK || parsed == VARIANT_FALSE) {
         _m_loadError = CkxXMLParseError::Of(_m_document);
         _Clear();
-        return false;
+        return hr != E_OUTOFMEMORY ? false : ReportFailed("Load", "load", hr);
     }
     CComPtr<IXMLDOMDocumentType> doctype;
     if (_m_document->get_doctype(&doctype) != S_OK || !doctype)
@@ -140,6 +151,10 @@ bool CkxXMLDocument::LoadFromFile(const CString& path, DWORD* readError)
     // The parser gets the bytes, not the path: it would open the file from a thread of its own, without
     // the caller's identity, and misreads paths that look like escaped ones.
     CComVariant bytes;
+    const kx::ScopeExit wipe([&]() noexcept {
+        if (_m_holdsSecret)
+            WipeBytes(bytes);
+    });
     if (const DWORD error = ReadFileToVariant(path, bytes); error != ERROR_SUCCESS) {
         if (readError)
             *readError = error;

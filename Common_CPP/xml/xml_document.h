@@ -34,6 +34,10 @@ class CkxXMLDocument : public CkxXMLNode {
     /// read, `*readError` is the Windows error; otherwise 0. 2 and 3 mean that there is no such file.
     [[nodiscard]] bool LoadFromFile(const CString& path, DWORD* readError = nullptr);
 
+    /// To be called before loading a file that holds a secret: its bytes are then overwritten when the
+    /// parser has read them. What the parser keeps is beyond reach.
+    void HoldsSecret() { _m_holdsSecret = true; }
+
     /// Why the last load failed.
     [[nodiscard]] const CkxXMLParseError& LoadError() const { return _m_loadError; }
 
@@ -70,4 +74,5 @@ class CkxXMLDocument : public CkxXMLNode {
 
     CComPtr<IXMLDOMDocument> _m_document;
     CkxXMLParseError _m_loadError;
+    bool _m_holdsSecret = false;
 };

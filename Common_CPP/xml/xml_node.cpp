@@ -23,10 +23,10 @@ CComPtr<IXMLDOMElement> ElementOf(IXMLDOMNode* node, const char* method)
 }
 
 // Some parsers accept what no parser reads again.
-void Clean(CkxInBSTR& text)
+void Clean(BSTR text, std::size_t length)
 {
-    if (kx::FindInvalidXml(std::wstring_view(text.Get(), text.Length())) != std::wstring_view::npos)
-        kx::ReplaceInvalidXml(text.Get(), text.Length());
+    if (kx::FindInvalidXml(std::wstring_view(text, length)) != std::wstring_view::npos)
+        kx::ReplaceInvalidXml(text, length);
 }
 
 } // namespace
@@ -86,7 +86,7 @@ bool CkxXMLNode::SetText(const wchar_t* text) const
     if (IsNull())
         return Report::Empty("SetText");
     CkxInBSTR value(text);
-    Clean(value);
+    Clean(value.Get(), value.Length());
     CkxXMLNode existing;
     if (!GetFirstChild(NODE_TEXT, existing))
         return _CreateTextChild(value.Get());
@@ -124,6 +124,15 @@ bool CkxXMLNode::GetAttribute(const wchar_t* name, CString& value) const
     return true;
 }
 
+bool CkxXMLNode::GetAttribute(const wchar_t* name, CkxSecretText& value) const
+{
+    CComBSTR found;
+    if (!_ReadAttribute(name, found))
+        return false;
+    value.Attach(found.Detach());
+    return true;
+}
+
 bool CkxXMLNode::_ReadAttribute(const wchar_t* name, CComBSTR& value) const
 {
     const CComPtr<IXMLDOMElement> element = ElementOf(_m_node, "GetAttribute");
@@ -132,6 +141,7 @@ bool CkxXMLNode::_ReadAttribute(const wchar_t* name, CComBSTR& value) const
     VARIANT found;
     found.vt = VT_EMPTY;
     const HRESULT hr = element->getAttribute(CkxInBSTR(name).Get(), &found);
+    Report::ThrowIfOutOfMemory("GetAttribute", "getAttribute", hr);
     if (found.vt != VT_BSTR) {
         (void)::VariantClear(&found);
         return false;
@@ -154,14 +164,29 @@ bool CkxXMLNode::_ReportIfMissing(const wchar_t* name) const
 
 bool CkxXMLNode::SetAttribute(const wchar_t* name, const wchar_t* value) const
 {
+    CkxInBSTR text(value);
+    return _PutAttribute(name, text.Get(), text.Length());
+}
+
+bool CkxXMLNode::SetAttribute(const wchar_t* name, CkxSecretText& value) const
+{
+    return _PutAttribute(name, value.Get(), ::SysStringLen(value.Get()));
+}
+
+bool CkxXMLNode::_PutAttribute(const wchar_t* name, BSTR value, std::size_t length) const
+{
     const CComPtr<IXMLDOMElement> element = ElementOf(_m_node, "SetAttribute");
     if (!element)
         return false;
-    CkxInBSTR text(value);
-    Clean(text);
-    // VT_BSTR only: other types are not converted the same way everywhere.
-    if (SUCCEEDED(element->setAttribute(CkxInBSTR(name).Get(), text.Lend())))
+    Clean(value, length);
+    VARIANT lent; // VT_BSTR only: other types are not converted the same way everywhere
+    ::VariantInit(&lent);
+    lent.vt = VT_BSTR;
+    lent.bstrVal = value;
+    const HRESULT hr = element->setAttribute(CkxInBSTR(name).Get(), lent);
+    if (SUCCEEDED(hr))
         return true;
+    Report::ThrowIfOutOfMemory("SetAttribute", "setAttribute", hr);
     KXT_SCOPE("SetAttribute");
     KXT_OUT(KXT_ERROR, "ERROR: setAttribute(" << name << ") failed");
     return false;

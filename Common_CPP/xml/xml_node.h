@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Common_CPP/atl/kx_atl.h"
+#include "Common_CPP/util/secret_text.h"
 
 #include "Common_CPP/xml/xml_interfaces.h"
 #include "Common_CPP/xml/xml_node_lineage.h"
@@ -14,7 +15,7 @@
 /// One node of an XML document: a counted reference to it, empty until set. Operations return true on
 /// success; on failure they trace why, unless a contract says otherwise, and leave out parameters as they
 /// were. Each thread that uses nodes must have initialised COM. Throws only CAtlException(E_OUTOFMEMORY),
-/// where a text cannot be allocated.
+/// where memory runs out, here or in the parser: that is never taken for "there is none".
 ///
 /// Typed values are read as exactly one field with nothing after it; see number_text.h for what makes a
 /// number. bool is "true" or "false". SHORT takes 0 to 65535, its values above 32767 standing for negative
@@ -69,6 +70,8 @@ class CkxXMLNode {
 
     /// False, without a trace line, when the attribute is absent.
     [[nodiscard]] bool GetAttribute(const wchar_t* name, CString& value) const;
+    /// The same, in the only copy of it outside the parser.
+    [[nodiscard]] bool GetAttribute(const wchar_t* name, CkxSecretText& value) const;
     /// False, without a trace line, when the attribute is absent or no such value. Numbers are decimal.
     [[nodiscard]] bool GetAttribute(const wchar_t* name, bool& value) const;
     [[nodiscard]] bool GetAttribute(const wchar_t* name, int& value) const;
@@ -89,6 +92,9 @@ class CkxXMLNode {
     }
 
     [[nodiscard]] bool SetAttribute(const wchar_t* name, const wchar_t* value) const;
+    /// The same without a copy outside the parser. Characters that XML does not allow are replaced in
+    /// `value` too.
+    [[nodiscard]] bool SetAttribute(const wchar_t* name, CkxSecretText& value) const;
     [[nodiscard]] bool SetAttribute(const wchar_t* name, int value) const;
     [[nodiscard]] bool SetAttribute(const wchar_t* name, unsigned value) const;
     [[nodiscard]] bool SetAttribute(const wchar_t* name, unsigned long value) const;
@@ -154,6 +160,7 @@ class CkxXMLNode {
     [[nodiscard]] bool _ParseAttribute(const wchar_t* name, const Parse& parse) const;
     [[nodiscard]] bool _ReadText(CComBSTR& text) const;
     [[nodiscard]] bool _ReadAttribute(const wchar_t* name, CComBSTR& value) const;
+    [[nodiscard]] bool _PutAttribute(const wchar_t* name, BSTR value, std::size_t length) const;
     [[nodiscard]] bool _ReportIfMissing(const wchar_t* name) const;
     [[nodiscard]] bool _CreateTextChild(BSTR text) const;
     [[nodiscard]] bool _AppendCDATASection(const wchar_t* text, std::size_t length) const;
