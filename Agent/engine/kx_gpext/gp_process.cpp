@@ -3,6 +3,8 @@
 #include "Agent/engine/kx_gpext/gp_utils.h"
 #include "Agent/engine/kx_gpext/gp_xml.h"
 #include "Agent/engine/kx_gpext/kx_gpext.h"
+#include "Common_CPP/util/scope_exit.h"
+#include "Common_CPP/util/wipe.h"
 
 KXT_NO_CLASS;
 
@@ -58,6 +60,10 @@ DWORD Run(const Refresh& refresh)
     if (CkxGpUtils::TraceDumpEnabled())
         xml.Dump();
     CComBSTR document;
+    const kx::ScopeExit wipe([&]() noexcept {
+        if (xml.HasSecret())
+            kx::Wipe(document.m_str, document.ByteLength());
+    });
     if (!xml.SaveToString(document) || !pipe.Send(document)) {
         KXT_OUT(KXT_ERROR, "ERROR: Failed to send update to the agent. Update skipped till next time.");
         return ERROR_OVERRIDE_NOCHANGES;

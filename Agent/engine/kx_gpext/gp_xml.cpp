@@ -29,6 +29,7 @@ ULONGLONG SystemTimeNow()
 CkxGpXml::CkxGpXml(DWORD flags, IWbemServices* services, HKEY keyRoot,
                    PFNSTATUSMESSAGECALLBACK statusCallback)
     : _m_keyRoot(keyRoot),
+      _m_services(services),
       _m_flags(flags),
       _m_statusCallback(statusCallback),
       _m_rsopLog(services, _IsMachineScope())
@@ -53,7 +54,7 @@ CkxGpXml::~CkxGpXml()
 bool CkxGpXml::_Initialize()
 {
     KXT_SCOPE("_Initialize");
-    if (_m_xmldocGPUpdate.IsNull()) {
+    if (_m_xmldocGPUpdate.IsNull() || _m_xmldocMigration.IsNull()) {
         CkxGpUtils::StatusReport(_m_statusCallback, KXT_ERROR, L"MsXml error. Failed to create DOMDocument.");
         return false;
     }
@@ -97,8 +98,8 @@ void CkxGpXml::_SetRootAttributes()
 
 bool CkxGpXml::IsInitialized() const
 {
-    return !_m_xmldocGPUpdate.IsNull() && !_m_changedGPOs.IsNull() && !_m_deletedGPOs.IsNull() &&
-           GetHandle() && _m_userSid.IsValid();
+    return !_m_xmldocGPUpdate.IsNull() && !_m_xmldocMigration.IsNull() && !_m_changedGPOs.IsNull() &&
+           !_m_deletedGPOs.IsNull() && GetHandle() && _m_userSid.IsValid();
 }
 
 DWORD CkxGpXml::Process(PGROUP_POLICY_OBJECTW deleted, PGROUP_POLICY_OBJECTW changed, const BOOL* abort,
@@ -115,6 +116,12 @@ DWORD CkxGpXml::Process(PGROUP_POLICY_OBJECTW deleted, PGROUP_POLICY_OBJECTW cha
     if (*abort) {
         KXT_OUT(KXT_INFO, "INFO: Aborted.");
         return ERROR_OPERATION_ABORTED;
+    }
+    if (_m_migrationCommandFound) {
+        if (_CreateMigrationXmlDoc())
+            return ERROR_SUCCESS;
+        KXT_OUT(KXT_ERROR, "ERROR: Failed to create migration XML document.");
+        return ERROR_XML_PARSE_ERROR;
     }
     if (_IsMachineScope())
         _m_rsopLog.ProcessConfigMap();
@@ -141,7 +148,7 @@ void CkxGpXml::_ProcessChanged(PGROUP_POLICY_OBJECTW first, const BOOL* abort)
     _m_changedCount = static_cast<int>(entries.size());
     DWORD precedence = 0;
     for (const PGROUP_POLICY_OBJECTW entry : entries) {
-        if (*abort)
+        if (*abort || _m_migrationCommandFound)
             break;
         CkxKxGroupPolicyObject gpo(entry);
         gpo.SetPrecedence(++precedence);
@@ -170,7 +177,9 @@ bool CkxGpXml::OnGPO(CkxKxGroupPolicyObject& gpo)
     LoadedFiles files;
     if (!_ImpersonateAndLoad(gpo, files))
         return false;
-    if (found)
+    if (!_ProcessMigrationXml(gpo, files))
+        KXT_OUT(KXT_ERROR, "ERROR: Failed to process migration command for GPO " << gpo);
+    if (_m_migrationCommandFound || found)
         return true;
     if (!_ProcessGPOPolicies(gpo, files, element))
         KXT_OUT(KXT_ERROR, "ERROR: Failed to process polcies for GPO " << gpo);
@@ -215,25 +224,40 @@ bool CkxGpXml::_AddGPOElement(const CkxKxGroupPolicyObject& gpo, const CkxXMLNod
 void CkxGpXml::Dump() const
 {
     KXT_SCOPE("Dump");
-    if (_m_xmldocGPUpdate.IsNull()) {
-        KXT_OUT(KXT_ERROR, "ERROR: _m_xmldocGPUpdate is NULL.");
+    const CkxXMLDocument* const document = _ChosenDocument();
+    if (!document)
         return;
-    }
     CString user = _m_userName;
     user.Replace(L'\\', L'_');
     CString path;
     if (!CkxUtil::GetModuleDir(path, KxModule()))
         return;
     path.AppendFormat(L"\\Trace\\GP %I64d %s.xml", static_cast<LONGLONG>(SystemTimeNow()), user.GetString());
-    (void)_m_xmldocGPUpdate.SaveToFile(path); // a failure has been traced, and changes nothing for the agent
+    // Failures from here on have been traced, and change nothing for the agent.
+    if (!HasSecret()) {
+        (void)document->SaveToFile(path);
+        return;
+    }
+    const CkxXMLDocument shown(_m_factory);
+    CkxSecretText dots(L"...");
+    if (_FillMigrationDoc(shown, dots))
+        (void)shown.SaveToFile(path);
 }
 
 bool CkxGpXml::SaveToString(CComBSTR& xml) const
 {
     KXT_SCOPE("SaveToString");
-    if (_m_xmldocGPUpdate.IsNull()) {
-        KXT_OUT(KXT_ERROR, "ERROR: _m_xmldocGPUpdate is NULL.");
-        return false;
-    }
-    return _m_xmldocGPUpdate.SaveToString(xml);
+    const CkxXMLDocument* const document = _ChosenDocument();
+    return document && document->SaveToString(xml);
+}
+
+// What the pass is to send; null, traced, where it is missing.
+const CkxXMLDocument* CkxGpXml::_ChosenDocument() const
+{
+    const CkxXMLDocument& chosen = _m_migrationCommandFound ? _m_xmldocMigration : _m_xmldocGPUpdate;
+    if (!chosen.IsNull())
+        return &chosen;
+    const char* const name = _m_migrationCommandFound ? "_m_xmldocMigration" : "_m_xmldocGPUpdate";
+    KXT_OUT(KXT_ERROR, "ERROR: " << name << " is NULL.");
+    return nullptr;
 }

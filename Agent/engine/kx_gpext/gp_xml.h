@@ -4,9 +4,11 @@
 #include "Agent/engine/kx_gpext/kx_gpo.h"
 #include "Agent/engine/kx_gpext/rsop_log.h"
 #include "Common_CPP/atl/kx_atl.h"
+#include "Common_CPP/util/secret_text.h"
 #include "Common_CPP/xml/xml_document.h"
 
 #include <array>
+#include <string>
 
 namespace kx {
 struct AppendedSet;
@@ -14,13 +16,14 @@ struct AppendedUpdate;
 } // namespace kx
 
 /// Turns one processing pass of the engine into one document for the agent: reads each changed GPO's policy
-/// files under the user's identity and merges them in one global order. One object a call.
+/// files under the user's identity and merges them in one global order. A GPO with a migration command makes
+/// that command the document. One object a call.
 ///
 /// As an access token it holds the user's handle, which stays the caller's.
 class CkxGpXml : public CAccessToken {
   public:
-    /// `services` is where the results are logged; null for no logging. What fails is traced; whether
-    /// the object can be used is told by IsInitialized().
+    /// `services` is where the results are logged; null for no logging. It must outlive the object.
+    /// What fails is traced; whether the object can be used is told by IsInitialized().
     CkxGpXml(HANDLE token, DWORD flags, IWbemServices* services, HKEY keyRoot,
              PFNSTATUSMESSAGECALLBACK statusCallback);
     ~CkxGpXml() override;
@@ -29,7 +32,8 @@ class CkxGpXml : public CAccessToken {
     [[nodiscard]] bool IsInitialized() const;
 
     /// The Group Policy pass over the engine's lists. `*abort` is polled before each GPO. Returns 0, 995
-    /// after an abort, or 1465 when the object is not initialised. `rsopStatus` is the logging's outcome.
+    /// after an abort, or 1465 when the object is not initialised or a migration command found cannot be
+    /// passed on. `rsopStatus` is the logging's outcome.
     [[nodiscard]] DWORD Process(PGROUP_POLICY_OBJECTW deleted, PGROUP_POLICY_OBJECTW changed,
                                 const BOOL* abort, DWORD& rsopStatus);
 
@@ -41,11 +45,14 @@ class CkxGpXml : public CAccessToken {
     /// One changed GPO. False when nothing of it could be used.
     bool OnGPO(CkxKxGroupPolicyObject& gpo);
 
-    /// Writes the document into a file of its own in the trace folder.
+    /// Writes the document into a file of its own in the trace folder, a password as three dots.
     void Dump() const;
 
     /// The document's text; false, traced, when it cannot be had whole.
     [[nodiscard]] bool SaveToString(CComBSTR& xml) const;
+
+    /// True when the document's text must be overwritten after use.
+    [[nodiscard]] bool HasSecret() const { return !_m_proxyPassword.IsEmpty(); }
 
   private:
     /// The thread works with the user's identity while this lives. The trace library opens no file
@@ -87,10 +94,12 @@ class CkxGpXml : public CAccessToken {
     [[nodiscard]] bool _FindChangedGPOElement(const CkxKxGroupPolicyObject& gpo, CkxXMLNode& element) const;
     [[nodiscard]] bool _AddGPOElement(const CkxKxGroupPolicyObject& gpo, const CkxXMLNode& parent,
                                       CkxXMLNode& element);
+    [[nodiscard]] const CkxXMLDocument* _ChosenDocument() const;
 
     [[nodiscard]] bool _ImpersonateAndLoad(CkxKxGroupPolicyObject& gpo, LoadedFiles& files);
     [[nodiscard]] bool _LoadFiles(CkxKxGroupPolicyObject& gpo, const CString& folder, LoadedFiles& files);
-    [[nodiscard]] HRESULT _LoadXmlFile(const CString& path, const CString& shownPath, LoadedFile& file) const;
+    [[nodiscard]] HRESULT _LoadXmlFile(const CkxKxGroupPolicyObject& gpo, const CString& folder,
+                                       kx::PolicyFile which, LoadedFile& file) const;
 
     [[nodiscard]] bool _ProcessGPOPolicies(const CkxKxGroupPolicyObject& gpo, LoadedFiles& files,
                                            const CkxXMLNode& gpoElement);
@@ -98,8 +107,13 @@ class CkxGpXml : public CAccessToken {
                                       const CkxXMLNode& policies);
     [[nodiscard]] bool _SetGpoPolicyOrder(const CkxKxGroupPolicyObject& gpo, const CkxXMLNode& policy) const;
 
+    [[nodiscard]] bool _ProcessMigrationXml(const CkxKxGroupPolicyObject& gpo, LoadedFiles& files);
+    [[nodiscard]] bool _CreateMigrationXmlDoc();
+    [[nodiscard]] bool _FillMigrationDoc(const CkxXMLDocument& document, CkxSecretText& password) const;
+
     CSid _m_userSid;
     HKEY _m_keyRoot;
+    IWbemServices* _m_services; ///< the engine's
     CString _m_userName;
     DWORD _m_flags;
     bool _m_appended = false;
@@ -111,4 +125,10 @@ class CkxGpXml : public CAccessToken {
     CkxXMLNode _m_changedGPOs;
     CkxXMLNode _m_deletedGPOs;
     kx::GpoIndex<CkxXMLNode> _m_gpoElements; ///< the elements under ChangedGPOs, by GUID name
+    CkxXMLDocument _m_xmldocMigration{_m_factory};
+    bool _m_migrationCommandFound = false;
+    CString _m_setId;
+    CString _m_dispatcherUrl;
+    CString _m_proxyUser;
+    CkxSecretText _m_proxyPassword;
 };

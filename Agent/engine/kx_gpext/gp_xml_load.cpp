@@ -9,7 +9,7 @@ namespace {
 
 constexpr int kVersionOfAbsentFile = 5;
 
-// A migration command hides the others; those are read in this order.
+// Read in this order, where there is no migration command instead.
 constexpr kx::PolicyFile kPolicyFiles[] = {kx::PolicyFile::Policies, kx::PolicyFile::ApplicationGroups,
                                            kx::PolicyFile::Tokens, kx::PolicyFile::RestrictionRules,
                                            kx::PolicyFile::Gui};
@@ -39,10 +39,8 @@ bool CkxGpXml::_ImpersonateAndLoad(CkxKxGroupPolicyObject& gpo, LoadedFiles& fil
 
 bool CkxGpXml::_LoadFiles(CkxKxGroupPolicyObject& gpo, const CString& folder, LoadedFiles& files)
 {
-    const auto load = [&](kx::PolicyFile file) {
-        return _LoadXmlFile(gpo.FilePathIn(folder, file), gpo.FilePath(file), Slot(files, file));
-    };
-    if (load(kx::PolicyFile::Migration) == S_OK)
+    const auto load = [&](kx::PolicyFile file) { return _LoadXmlFile(gpo, folder, file, Slot(files, file)); };
+    if (load(kx::PolicyFile::Migration) == S_OK || _m_migrationCommandFound)
         return true;
     for (const kx::PolicyFile file : kPolicyFiles) {
         if (FAILED(load(file))) {
@@ -55,11 +53,17 @@ bool CkxGpXml::_LoadFiles(CkxKxGroupPolicyObject& gpo, const CString& folder, Lo
     return true;
 }
 
-HRESULT CkxGpXml::_LoadXmlFile(const CString& path, const CString& shownPath, LoadedFile& file) const
+HRESULT CkxGpXml::_LoadXmlFile(const CkxKxGroupPolicyObject& gpo, const CString& folder, kx::PolicyFile which,
+                               LoadedFile& file) const
 {
+    const CString shownPath = gpo.FilePath(which);
     CkxXMLDocument document(_m_factory);
+    if (which == kx::PolicyFile::Migration)
+        document.HoldsSecret();
     DWORD readError = ERROR_SUCCESS;
-    if (!document.LoadFromFile(path, &readError)) {
+    if (!document.LoadFromFile(gpo.FilePathIn(folder, which), &readError)) {
+        if (readError == ERROR_OUTOFMEMORY) // no fault of this file: the update must not go out without it
+            AtlThrow(E_OUTOFMEMORY);
         if (IsAbsent(readError)) {
             file.version = kVersionOfAbsentFile;
             return S_FALSE;
