@@ -24,8 +24,8 @@ LAYERS = [
 ]
 # Parts of the extension that programs around it may use as well: the pure ones everywhere, the edges that
 # stand alone where they are tested and measured.
-SHARED_HEADERS = re.compile(r"Agent/engine/kx_gpext/(appended_update|gp_flags_text|gpo_index|pipe_message|policy_files|policy_order)\.h$")
-TESTED_HEADERS = re.compile(r"Agent/engine/kx_gpext/(gp_pipe|gp_reg_key|gp_utils|kx_gpext|kx_gpo|rsop_log|rsop_schema|trace_folder)\.h$")
+SHARED_HEADERS = re.compile(r"Agent/engine/kx_gpext/(appended_update|gp_flags_text|gpo_index|pipe_message|policy_files|policy_order|targeting_settings|targeting_verdict)\.h$")
+TESTED_HEADERS = re.compile(r"Agent/engine/kx_gpext/(gp_pipe|gp_reg_key|gp_utils|kx_gpext|kx_gpo|rsop_log|rsop_schema|trace_folder|work_folder)\.h$")
 OURS = re.compile(r'^\s*#\s*include\s+"([^"]+)"')
 SYSTEM = re.compile(r"^\s*#\s*include\s+<([^>]+)>")
 WINDOWS = re.compile(r"^(windows|objbase|userenv|msxml2|wbemcli|oleauto|winternl|aclapi|sddl)\.h$", re.I)
@@ -76,7 +76,7 @@ def check(path, pure):
 ENTRIES = ("gp_process", "gp_generate", "export_barrier")
 BUILDER = ("gp_xml", "impersonation")
 ALONE = ("kx_gpo", "gp_reg_key", "gp_utils", "gp_pipe", "gpo_list", "trusted_owner", "stable_folder", "trace_", "policy_",
-         "rsop_", "gp_config_map", "log_barrier", "appended_update",
+         "work_folder", "targeting_", "rsop_", "gp_config_map", "log_barrier", "appended_update",
          "pipe_message", "gpo_index", "gp_flags_text")
 
 

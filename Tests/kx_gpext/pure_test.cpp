@@ -5,6 +5,8 @@
 #include "Agent/engine/kx_gpext/pipe_message.h"
 #include "Agent/engine/kx_gpext/policy_files.h"
 #include "Agent/engine/kx_gpext/policy_order.h"
+#include "Agent/engine/kx_gpext/targeting_settings.h"
+#include "Agent/engine/kx_gpext/targeting_verdict.h"
 #include "Tools/host/update_message.h"
 
 #include <gtest/gtest.h>
@@ -34,6 +36,23 @@ TEST(PolicyOrder, PutsEachGpoInItsBand)
     for (const auto& row : rows)
         EXPECT_EQ(kx::GlobalOrder(row.order, row.count, row.precedence, row.machine), row.expected)
             << row.why;
+}
+
+TEST(Targeting, ExcludesOnlyWhereTheMarkerIsClearlyMissing)
+{
+    using Verdict = kx::TargetingVerdict;
+    EXPECT_EQ(kx::TargetingVerdictOf(0), Verdict::Allowed);
+    EXPECT_EQ(kx::TargetingVerdictOf(2), Verdict::Excluded);
+    for (const std::uint32_t error : {1U, 3U, 5U, 6U, 1018U, 0xFFFFFFFFU})
+        EXPECT_EQ(kx::TargetingVerdictOf(error), Verdict::LetThrough) << error;
+}
+
+TEST(Targeting, SettingsTakeTheElementAsItIs)
+{
+    const std::wstring settings = kx::TargetingSettings(L"<ItemLevelTargeting n=\"%s 100%\"/>");
+    EXPECT_NE(settings.find(L" key=\"software\\korvex\\agent\\temp\" name=\"ILTTest\" type=\"REG_SZ\" "
+                            L"value=\"ILTTest\" /><ItemLevelTargeting n=\"%s 100%\"/></Registry>"),
+              std::wstring::npos);
 }
 
 TEST(PipeMessage, CountsBytesWithTheTerminator)

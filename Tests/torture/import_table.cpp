@@ -62,7 +62,8 @@ const Row kRows[] = {
     KX_IMPORT(kKernel, GetModuleFileNameW, NoMemory),
     KX_IMPORT(kKernel, GetModuleHandleW, Fails<ERROR_MOD_NOT_FOUND>),
     KX_IMPORT(kKernel, GetProcAddress, Fails<ERROR_PROC_NOT_FOUND>),
-    KX_IMPORT(kKernel, LoadLibraryW, Fails<ERROR_MOD_NOT_FOUND>),
+    KX_IMPORT(kKernel, LoadLibraryW, Fails<ERROR_MOD_NOT_FOUND>, Opens<Kind::Module>),
+    KX_IMPORT(kKernel, FreeLibrary, Never, Closes<Kind::Module>),
     KX_IMPORT(kKernel, TlsAlloc, Gives<LONG_PTR{0xFFFFFFFF}, ERROR_NOT_ENOUGH_MEMORY>),
     KX_IMPORT(kKernel, TlsSetValue, NoMemory),
     KX_IMPORT(kKernel, VirtualProtect, NoResources),
@@ -77,6 +78,7 @@ const Row kRows[] = {
     // Tokens and access
     KX_IMPORT(kSecurity, AddAccessAllowedAceEx, Fails<ERROR_ALLOTTED_SPACE_EXCEEDED>),
     KX_IMPORT(kSecurity, ConvertSidToStringSidW, NoMemory),
+    KX_IMPORT(kSecurity, ConvertStringSecurityDescriptorToSecurityDescriptorW, NoMemory),
     KX_IMPORT(kSecurity, CopySid, NoMemory),
     KX_IMPORT(kSecurity, CreateWellKnownSid, NoMemory),
     KX_IMPORT(kSecurity, DuplicateTokenEx, NoAccess, OpensInto<Kind::Handle, 5, TRUE>),
@@ -130,6 +132,7 @@ constexpr std::string_view kNoStandIn[] = {
     "IsWellKnownSid",
     "TryEnterCriticalSection",
     // Cannot fail with what they are given
+    "AcquireSRWLockExclusive",
     "DisableThreadLibraryCalls",
     "EnterCriticalSection",
     "GetCurrentProcess",
@@ -161,6 +164,7 @@ constexpr std::string_view kNoStandIn[] = {
     "LeaveCriticalSection",
     "LocalFree",
     "ReleaseMutex",
+    "ReleaseSRWLockExclusive",
     "ReleaseSemaphore",
     "ResetEvent",
     "RevertToSelf",

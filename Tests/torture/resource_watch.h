@@ -6,7 +6,7 @@
 /// What the patched module has open or allocated, as its own calls tell.
 namespace watch {
 
-enum class Kind { Handle, Key, Find, Memory };
+enum class Kind { Handle, Key, Find, Module, Memory };
 
 /// Notes something opened or allocated, and by which call; null is nothing. Never throws.
 void Opened(Kind kind, const void* what, const char* call) noexcept;
@@ -20,10 +20,11 @@ void Clear() noexcept;
 /// How many blocks of memory are allocated.
 [[nodiscard]] std::size_t Blocks() noexcept;
 
-/// How many handles, keys and searches were closed that the module had not opened.
+/// How many handles, keys, searches and modules were closed that the module had not opened.
 [[nodiscard]] unsigned ForeignCloses() noexcept;
 
-/// The calls that opened handles, keys and searches that are still open, joined by blanks; "" for none.
+/// The calls that opened handles, keys, searches and modules that are still open, joined by blanks; "" for
+/// none.
 [[nodiscard]] std::string OpenCalls();
 
 } // namespace watch

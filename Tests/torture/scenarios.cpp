@@ -1,5 +1,7 @@
 #include "Tests/torture/scenarios.h"
 
+#include <string>
+
 namespace {
 
 constexpr const wchar_t* kGpoA = L"{00000000-0000-0000-0000-00000000000A}";
@@ -89,6 +91,40 @@ void SetUpAppendedFaultyUser(Stage& stage)
     stage.changed.back().displayName.assign(200, L'%'); // too long to be lent without memory
 }
 
+void WriteMigration(const Stage& stage, bool again)
+{
+    stage.Write(kGpoB, L"Migration.xml",
+                std::string("<AgentParameters version='5' setId='") + (again ? "again" : "first") +
+                    "' dispatcherUrl='https://dispatcher' proxyUser='corp\\proxy' "
+                    "proxyPassword='a longer secret than fits into a string object'/>");
+}
+
+void SetUpMigration(Stage& stage)
+{
+    stage.SetAgent(AgentRole::Listens);
+    stage.InstallAgent(true);
+    stage.EnableDump();
+    stage.changed = {WriteSmallGpo(stage, kGpoA), WriteSmallGpo(stage, kGpoB), WriteSmallGpo(stage, kGpoC)};
+    WriteMigration(stage, false);
+}
+
+DWORD Migrate(Stage& stage, bool again)
+{
+    WriteMigration(stage, again);
+    return stage.Refresh(again);
+}
+
+void SetUpTargeting(Stage& stage)
+{
+    SetUpSmallRefresh(stage);
+    stage.RegisterTargeting();
+    stage.changed = {stage.Write(kGpoA, L"Policies.xml",
+                                 "<GpoPolicies version='5'><ItemLevelTargeting answer='match'/>"
+                                 "<Policy name='in'><ItemLevelTargeting answer='match'/></Policy>"
+                                 "<Policy name='kept-out'><ItemLevelTargeting is='kept-out'/></Policy>"
+                                 "<Policy name='free'/></GpoPolicies>")};
+}
+
 DWORD Refresh(Stage& stage, bool again)
 {
     return stage.Refresh(again);
@@ -110,6 +146,7 @@ constexpr DWORD kAppendedCodes[] = {
 };
 
 constexpr Entry kRefresh = {Refresh, kRefreshCodes, true};
+constexpr Entry kMigration = {Migrate, kRefreshCodes, true};
 constexpr Entry kAppended = {PushAppended, kAppendedCodes, false};
 
 constexpr Scenario kScenarios[] = {
@@ -121,6 +158,8 @@ constexpr Scenario kScenarios[] = {
     {"appended-machine", SetUpAppendedMachine, kAppended, ERROR_SUCCESS},
     {"appended-user-faulty-set", SetUpAppendedFaultyUser, kAppended, ERROR_SUCCESS},
     {"appended-agent-stopped", SetUpStoppedAgent, kAppended, ERROR_NOT_READY},
+    {"migration", SetUpMigration, kMigration, ERROR_SUCCESS},
+    {"targeting", SetUpTargeting, kRefresh, ERROR_SUCCESS},
     {"load-and-unload", SetUpSmallRefresh, kRefresh, ERROR_SUCCESS, true},
 };
 

@@ -11,6 +11,9 @@ namespace {
 constexpr DWORD kMessageTimeoutMs = 5000;
 constexpr const wchar_t* kEventName = L"Global\\KxGroupPolicyUpdate";
 constexpr const wchar_t* kAgentKey = L"Software\\Korvex\\Agent";
+constexpr const wchar_t* kExtensionKey =
+    L"Software\\Microsoft\\Windows NT\\CurrentVersion\\Winlogon\\GPExtensions\\"
+    L"{5B3E7C21-9D4A-4E86-A1F2-7C09D3B6E54A}";
 constexpr wchar_t kGroupPolicySetId[] = L"{00000000-0000-0000-C000-000000000046}";
 constexpr const wchar_t* kPolicyFolder = L"{5B3E7C21-9D4A-4E86-A1F2-7C09D3B6E54A}";
 
@@ -30,6 +33,8 @@ Stage::~Stage()
 {
     Unload();
     InstallAgent(false);
+    if (_m_dumps)
+        ::RegDeleteTreeW(HKEY_LOCAL_MACHINE, kExtensionKey);
     std::error_code ignored;
     std::filesystem::remove_all(_m_folder, ignored);
 }
@@ -53,6 +58,14 @@ void Stage::InstallAgent(bool installed)
     } else if (std::filesystem::remove(program)) {
         ::RegDeleteKeyValueW(HKEY_LOCAL_MACHINE, kAgentKey, L"SetID");
     }
+}
+
+void Stage::EnableDump()
+{
+    const DWORD enabled = 1;
+    ::RegSetKeyValueW(HKEY_LOCAL_MACHINE, kExtensionKey, L"KxEnableDump", REG_DWORD, &enabled,
+                      sizeof enabled);
+    _m_dumps = true;
 }
 
 CkxListedGpo Stage::Write(const std::wstring& gpo, const std::wstring& file, std::string_view text) const

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Tests/support/targeting_stand_in.h"
 #include "Tools/host/agent_listener.h"
 #include "Tools/host/engine_lists.h"
 #include "Tools/host/extension_module.h"
@@ -38,6 +39,12 @@ class Stage {
 
     /// Keeps the mutex of the senders alive, as another sender on the machine would.
     void KeepMutex() { _m_mutex.Reset(::CreateMutexW(nullptr, FALSE, c_mutexName)); }
+
+    /// Has the module dump its documents.
+    void EnableDump();
+
+    /// Registers a stand-in for the extension that evaluates item-level targeting.
+    void RegisterTargeting() { _m_targeting.emplace(); }
 
     /// Writes a policy file of a GPO; returns the GPO for the lists.
     CkxListedGpo Write(const std::wstring& gpo, const std::wstring& file, std::string_view text) const;
@@ -80,6 +87,8 @@ class Stage {
     CkxHandle _m_token;
     CkxHandle _m_mutex;
     CkxHandle _m_event;
+    std::optional<TargetingStandIn> _m_targeting;
+    bool _m_dumps = false;
     CkxAgentListener _m_listener;
     CkxExtensionModule _m_extension;
     AgentRole _m_role = AgentRole::Absent;

@@ -177,6 +177,10 @@ bool CkxGpXml::OnGPO(CkxKxGroupPolicyObject& gpo)
     LoadedFiles files;
     if (!_ImpersonateAndLoad(gpo, files))
         return false;
+    if (!_IsAllowedByILT(Slot(files, kx::PolicyFile::Policies).root)) {
+        KXT_OUT(KXT_INFO, "INFO: GPO not allowed by ILT: " << gpo);
+        return true;
+    }
     if (!_ProcessMigrationXml(gpo, files))
         KXT_OUT(KXT_ERROR, "ERROR: Failed to process migration command for GPO " << gpo);
     if (_m_migrationCommandFound || found)

@@ -16,8 +16,8 @@ struct AppendedUpdate;
 } // namespace kx
 
 /// Turns one processing pass of the engine into one document for the agent: reads each changed GPO's policy
-/// files under the user's identity and merges them in one global order. A GPO with a migration command makes
-/// that command the document. One object a call.
+/// files under the user's identity, leaves out what item-level targeting excludes and merges the rest in one
+/// global order. A GPO with a migration command makes that command the document. One object a call.
 ///
 /// As an access token it holds the user's handle, which stays the caller's.
 class CkxGpXml : public CAccessToken {
@@ -110,6 +110,13 @@ class CkxGpXml : public CAccessToken {
     [[nodiscard]] bool _ProcessMigrationXml(const CkxKxGroupPolicyObject& gpo, LoadedFiles& files);
     [[nodiscard]] bool _CreateMigrationXmlDoc();
     [[nodiscard]] bool _FillMigrationDoc(const CkxXMLDocument& document, CkxSecretText& password) const;
+
+    /// The targeting filter: false only where the targeting on `node` clearly does not match.
+    [[nodiscard]] bool _IsAllowedByILT(const CkxXMLNode& node) const;
+    [[nodiscard]] bool _IsPolicyAllowed(const CkxKxGroupPolicyObject& gpo, const CkxXMLNode& policy) const;
+    [[nodiscard]] bool _EvaluateILT(const CkxXMLNode& targeting) const;
+    [[nodiscard]] bool _ComposeILTPolicy(const CkxXMLNode& targeting, std::string& settings) const;
+    void _CallRegistryCse(PFNPROCESSGROUPPOLICYEX process, const CString& workFolder) const;
 
     CSid _m_userSid;
     HKEY _m_keyRoot;

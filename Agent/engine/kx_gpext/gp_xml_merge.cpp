@@ -64,6 +64,8 @@ bool CkxGpXml::_MergePolicies(const CkxKxGroupPolicyObject& gpo, const LoadedFil
     while (more) {
         const CkxXMLNode policy = next;
         more = policy.GetNextSibling(L"Policy", next); // taken before the policy moves away
+        if (!_IsPolicyAllowed(gpo, policy))
+            continue;
         if (!_SetGpoPolicyOrder(gpo, policy))
             return false;
         if (!policies.AppendChild(policy)) {

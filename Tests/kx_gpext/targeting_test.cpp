@@ -1,0 +1,239 @@
+// Item-level targeting from outside: the shipped module, with a stand-in for the extension that evaluates it.
+
+#include "Tests/support/refresh_fixture.h"
+#include "Tests/support/targeting_stand_in.h"
+#include "Tests/support/xml_meaning.h"
+
+#include <gmock/gmock.h>
+
+#include <thread>
+
+namespace {
+
+using testing::HasSubstr;
+using testing::Not;
+
+constexpr DWORD kUser = 0;
+
+class Targeting : public RefreshFixture {
+  protected:
+    CkxListedGpo MakeTargetedGpo(const std::string& content) const
+    {
+        CkxListedGpo gpo = MakeGpo(kGpoA, {});
+        WritePolicyFile(kGpoA, L"Policies.xml", "<GpoPolicies version='5'>" + content + "</GpoPolicies>");
+        return gpo;
+    }
+
+    // The names of the policies that arrive, in their order.
+    std::string Delivered(const std::string& content)
+    {
+        _m_changed.Add(MakeTargetedGpo(content));
+        EXPECT_EQ(Refresh(kUser), 0U);
+        return NamesIn(ReceivedMeaning());
+    }
+
+    static std::string NamesIn(const std::string& meaning)
+    {
+        constexpr std::string_view before = " Policy name=\"";
+        std::string names;
+        for (std::size_t at = meaning.find(before); at != std::string::npos; at = meaning.find(before, at)) {
+            at += before.size();
+            names += (names.empty() ? "" : " ") + meaning.substr(at, meaning.find('"', at) - at);
+        }
+        return names;
+    }
+
+    TargetingStandIn _m_standIn;
+};
+
+constexpr const char* kMatch = "<Policy name='in' order='1'><ItemLevelTargeting answer='match'/></Policy>";
+constexpr const char* kNoMatch = "<Policy name='out' order='1'><ItemLevelTargeting answer='none'/></Policy>";
+
+TEST_F(Targeting, TheMarkerDecides)
+{
+    const struct {
+        const char* why;
+        std::string content;
+        const char* names;
+        const char* trace;
+    } rows[] = {
+        {"untargeted ones arrive", "<Policy name='a'/><Policy name='b'/>", "a b", ""},
+        {"each policy is asked by itself",
+         std::string("<Policy name='a'/>") + kNoMatch + kMatch + "<Policy name='z'/>", "a in z",
+         "INFO: policy [out] not allowed by ILT: GPO A - {00000000-0000-0000-0000-00000000000A}"},
+        {"the last one is left out", std::string(kMatch) + kNoMatch, "in", ""},
+        {"the extension's code does not matter",
+         "<Policy name='in'><ItemLevelTargeting answer='fail'/></Policy>", "in", ""},
+        {"a marker that cannot be removed lets through",
+         "<Policy name='in'><ItemLevelTargeting answer='break'/></Policy>", "in",
+         "ERROR: Failed to remove reg value [ILTTest]. err=1018"},
+        {"deeper elements of that name are none", "<Policy name='a'><X><ItemLevelTargeting/></X></Policy>",
+         "a", ""},
+        {"a whole GPO that matches", "<Policy name='a'/><ItemLevelTargeting answer='match'/>", "a", ""},
+        {"a whole GPO that does not", "<ItemLevelTargeting/><Policy name='a'/>", "",
+         "INFO: GPO not allowed by ILT: GPO A - {00000000-0000-0000-0000-00000000000A}"},
+    };
+
+    for (const auto& row : rows) {
+        EXPECT_EQ(Delivered(row.content), row.names) << row.why;
+        EXPECT_THAT(Trace(), HasSubstr(row.trace)) << row.why;
+        EXPECT_FALSE(TargetingStandIn::IsMarkerThere()) << row.why;
+        EXPECT_FALSE(TargetingStandIn::IsLoaded()) << row.why;
+    }
+}
+
+TEST_F(Targeting, AnExcludedGpoKeepsAnEmptyElement)
+{
+    CkxListedGpo gpo = MakeTargetedGpo("<ItemLevelTargeting/><Policy name='a'/>");
+    WritePolicyFile(kGpoA, L"GUI.xml", "<GUI version='5'/>");
+    _m_changed.Add(gpo);
+    _m_changed.Add(MakeGpo(kGpoB, {"7"}));
+    EXPECT_EQ(Refresh(kUser), 0U);
+    const std::string meaning = ReceivedMeaning();
+    EXPECT_THAT(meaning, HasSubstr("precedence=\"1\"\n    GPO displayName=\"GPO B\""));
+    EXPECT_THAT(meaning, HasSubstr("order=\"7\""));
+}
+
+TEST_F(Targeting, TheExtensionIsCalledAsTheEngineWould)
+{
+    TargetingCalls& seen = _m_standIn.Watch();
+    _m_changed.Add(MakeTargetedGpo("<Policy name='in' order='1'><ItemLevelTargeting answer='match'>"
+                                   "<FilterRunOnce not='0' name='K\xC3\xA4se &amp; 100% %s'/>"
+                                   "</ItemLevelTargeting></Policy>"));
+    EXPECT_EQ(Refresh(GPO_INFO_FLAG_MACHINE | GPO_INFO_FLAG_SLOWLINK), 0U);
+    EXPECT_EQ(seen.calls, 1);
+    EXPECT_EQ(seen.flags, static_cast<DWORD>(GPO_INFO_FLAG_MACHINE | GPO_INFO_FLAG_SLOWLINK));
+    EXPECT_EQ(seen.token, _m_token.Get());
+    EXPECT_EQ(seen.keyRoot, HKEY_LOCAL_MACHINE);
+    EXPECT_FALSE(seen.deletedList);
+    EXPECT_TRUE(seen.restIsEmpty);
+    EXPECT_EQ(seen.version, 0x00140014U);
+    EXPECT_EQ(seen.link, GPLinkMachine);
+    EXPECT_STREQ(seen.gpoName, L"{ED3F3DD0-FB76-4DCF-B072-20F32BC3054D}");
+    EXPECT_STREQ(seen.displayName, L"ILTTest");
+    EXPECT_STREQ(seen.directoryPath, L"LocalGPO");
+    EXPECT_STREQ(seen.linkPath, L"Local");
+    EXPECT_STREQ(seen.extensions,
+                 L"[{B087BE9D-ED37-454F-AF9C-04291E351182}{BEE07A6A-EC9F-4659-B8C9-0B1937907C83}]");
+    EXPECT_EQ(seen.folder, _m_folder / L"tmp");
+    wchar_t settings[sizeof seen.settings] = {};
+    ASSERT_NE(::MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, seen.settings, -1, settings,
+                                    static_cast<int>(std::size(settings))),
+              0);
+    EXPECT_EQ(XmlMeaning(settings),
+              XmlMeaning(
+                  L"<RegistrySettings clsid='{A3CCFC41-DFDB-43a5-8D26-0FE8B954DA52}'>"
+                  L"<Registry clsid='{9CD4B2F4-923D-47f5-A062-E897DD1DAD50}' name='ILTTest' status='ILTTest' "
+                  L"image='7' changed='2011-12-27 15:00:00' uid='{938F9390-6CEE-4E6C-80F3-9D6EE8E4C483}' "
+                  L"bypassErrors='1'><Properties action='U' displayDecimal='0' default='0' "
+                  L"hive='HKEY_LOCAL_MACHINE' key='software\\korvex\\agent\\temp' name='ILTTest' "
+                  L"type='REG_SZ' value='ILTTest'/><ItemLevelTargeting answer='match'>"
+                  L"<FilterRunOnce not='0' name='K\u00E4se &amp; 100% %s'/></ItemLevelTargeting>"
+                  L"</Registry></RegistrySettings>"));
+}
+
+TEST_F(Targeting, WithoutTargetingNothingIsTouched)
+{
+    const TargetingCalls& seen = _m_standIn.Watch();
+    const int before = seen.calls;
+    EXPECT_EQ(Delivered("<Policy name='a'/>"), "a");
+    EXPECT_EQ(seen.calls, before);
+    EXPECT_EQ(::GetFileAttributesW((_m_folder / L"tmp").c_str()), INVALID_FILE_ATTRIBUTES);
+}
+
+TEST_F(Targeting, AnExtensionThatIsNotThereLetsThrough)
+{
+#define KX_KEY                                                                                               \
+    "SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion\\Winlogon\\GPExtensions\\"                              \
+    "{B087BE9D-ED37-454f-AF9C-04291E351182}"
+
+    const struct {
+        const char* why;
+        bool registered;
+        const wchar_t* dll;
+        const wchar_t* entry;
+        const char* trace;
+    } rows[] = {
+        {"not registered", false, nullptr, nullptr, "ERROR: Failed to open reg key [" KX_KEY "]. err=2\n"},
+        {"no library named", true, nullptr, L"ProcessGroupPolicyEx",
+         "ERROR: Failed to query value [" KX_KEY "\\DllName]. err=2\n"},
+        {"no entry named", true, KX_TARGETING_STAND_IN, nullptr,
+         "ERROR: Failed to query value [" KX_KEY "\\ProcessGroupPolicyEx]. err=2\n"},
+        {"no such library; nothing is expanded", true, L"%SystemRoot%\\gone.dll", L"ProcessGroupPolicyEx",
+         "ERROR: Failed to load library [%SystemRoot%\\gone.dll. err=126\n"},
+        {"no such entry", true, KX_TARGETING_STAND_IN, L"Process",
+         "ERROR: Failed to GetProcAddress of [Process. err=127\n"},
+    };
+
+#undef KX_KEY
+
+    for (const auto& row : rows) {
+        if (row.registered)
+            _m_standIn.Register(row.dll, row.entry);
+        else
+            _m_standIn.Unregister();
+        EXPECT_EQ(Delivered(kNoMatch), "out") << row.why;
+        EXPECT_THAT(Trace(), HasSubstr(row.trace)) << row.why;
+        EXPECT_FALSE(TargetingStandIn::IsLoaded()) << row.why;
+    }
+}
+
+TEST_F(Targeting, TheWorkFolderLeadsNowhereElse)
+{
+    const std::wstring victim = _m_folder.Write(L"victim.txt", "precious");
+    EXPECT_EQ(Delivered(kMatch), "in");
+    const std::wstring settings = _m_folder / L"tmp\\Preferences\\Registry\\Registry.xml";
+    ASSERT_TRUE(::DeleteFileW(settings.c_str()));
+    ASSERT_TRUE(::CreateHardLinkW(settings.c_str(), victim.c_str(), nullptr));
+    EXPECT_EQ(Delivered(kNoMatch), "");
+    EXPECT_EQ(ReadBytes(victim), "precious");
+}
+
+TEST_F(Targeting, AWorkFolderThatCannotBeUsedLetsThrough)
+{
+    _m_folder.Write(L"tmp", "a file in its place");
+    EXPECT_EQ(Delivered(kNoMatch), "out");
+    EXPECT_THAT(Trace(), HasSubstr("ERROR: Failed to save basic ILT registry policy to "));
+    EXPECT_THAT(Trace(), HasSubstr("cannot be used. Error=267"));
+}
+
+// The pass whose policies match leaves a marker for a while; the other one must not take it for its own.
+TEST_F(Targeting, PassesAtOnceDoNotReadEachOthersMarkers)
+{
+    constexpr int rounds = 10;
+    TargetingCalls& seen = _m_standIn.Watch();
+    CkxListedGpo other = MakeGpo(kGpoB, {});
+    WritePolicyFile(kGpoB, L"Policies.xml",
+                    std::string("<GpoPolicies version='5'>") + kNoMatch + kNoMatch + "</GpoPolicies>");
+    const CkxListedGpo matching = MakeTargetedGpo(std::string(kMatch) + kMatch);
+    const auto run = [&](const CkxListedGpo& gpo) {
+        ASSERT_GE(::CoInitializeEx(nullptr, COINIT_MULTITHREADED), 0);
+        for (int round = 0; round < rounds; ++round) {
+            CkxEngineList changed;
+            changed.Add(gpo);
+            EXPECT_EQ(_m_extension.ProcessGroupPolicyEx()(kUser, _m_token.Get(), nullptr, nullptr,
+                                                          changed.Head(), 0, nullptr, nullptr, nullptr,
+                                                          nullptr),
+                      0U);
+        }
+        ::CoUninitialize();
+    };
+    std::thread first(run, matching);
+    std::thread second(run, other);
+    first.join();
+    second.join();
+    int matched = 0;
+    int excluded = 0;
+    for (int message = 0; message < 2 * rounds; ++message) {
+        const std::string names = NamesIn(ReceivedMeaning());
+        matched += names == "in in";
+        excluded += names.empty();
+    }
+    EXPECT_EQ(matched, rounds);
+    EXPECT_EQ(excluded, rounds);
+    EXPECT_EQ(seen.calls, 4 * rounds);
+    EXPECT_EQ(seen.overlaps, 0);
+    EXPECT_EQ(seen.staleMarkers, 0);
+}
+
+} // namespace

@@ -1,0 +1,72 @@
+// The service's own folder: who may write into it, and that nobody exchanges it under its hands.
+
+#include "Agent/engine/kx_gpext/work_folder.h"
+#include "Tests/support/patched_import.h"
+#include "Tests/support/temp_folder.h"
+
+#include <gtest/gtest.h>
+
+#include <sddl.h>
+
+#include <string>
+
+namespace {
+
+std::wstring g_access;
+BOOL(WINAPI* g_create)(LPCWSTR, LPSECURITY_ATTRIBUTES) = nullptr;
+SID g_everyone = {SID_REVISION, 1, {SECURITY_WORLD_SID_AUTHORITY}, {SECURITY_WORLD_RID}};
+
+BOOL WINAPI CreateAndKeepAccess(LPCWSTR path, LPSECURITY_ATTRIBUTES security)
+{
+    CkxLocalMemory<wchar_t> text;
+    ::ConvertSecurityDescriptorToStringSecurityDescriptorW(security->lpSecurityDescriptor, SDDL_REVISION_1,
+                                                           DACL_SECURITY_INFORMATION, text.Put(), nullptr);
+    g_access = text.Get();
+    return g_create(path, security);
+}
+
+BOOL WINAPI OwnerIsAStranger(PSECURITY_DESCRIPTOR /*descriptor*/, PSID* owner, LPBOOL /*defaulted*/)
+{
+    *owner = &g_everyone;
+    return TRUE;
+}
+
+TEST(WorkFolder, IsWritableForTheServiceOnly)
+{
+    const TempFolder folder;
+    const PatchedImport create("CreateDirectoryW", reinterpret_cast<void*>(&CreateAndKeepAccess));
+    g_create = create.Original<decltype(g_create)>();
+    CkxWorkFolder work;
+    EXPECT_EQ(work.Enter((folder / L"tmp").c_str()), 0U);
+    EXPECT_EQ(g_access, L"D:P(A;OICI;FA;;;SY)(A;OICI;FA;;;BA)(A;OICI;0x1200a9;;;AU)");
+}
+
+TEST(WorkFolder, StaysInPlaceWhileItIsHeld)
+{
+    const TempFolder folder;
+    const std::wstring path = folder / L"tmp";
+    const std::wstring elsewhere = folder / L"elsewhere";
+    {
+        CkxWorkFolder work;
+        EXPECT_EQ(work.Enter(path.c_str()), 0U);
+        EXPECT_EQ(work.EnterBelow(L"inner"), 0U);
+        EXPECT_EQ(work.Save(L"file", "first"), 0U);
+        EXPECT_EQ(work.Save(L"file", "second"), 0U);
+        EXPECT_EQ(ReadBytes(path + L"\\inner\\file"), "second");
+        EXPECT_FALSE(::MoveFileW((path + L"\\inner").c_str(), elsewhere.c_str()));
+        EXPECT_FALSE(::MoveFileW(path.c_str(), elsewhere.c_str()));
+    }
+    EXPECT_TRUE(::MoveFileW(path.c_str(), elsewhere.c_str())) << ::GetLastError();
+}
+
+TEST(WorkFolder, RefusesWhatIsNotItsOwn)
+{
+    const TempFolder folder;
+    CkxWorkFolder work;
+    EXPECT_EQ(work.Enter(folder.Write(L"file", "").c_str()), static_cast<DWORD>(ERROR_DIRECTORY));
+    EXPECT_EQ(work.Enter((folder / L"gone\\tmp").c_str()), static_cast<DWORD>(ERROR_PATH_NOT_FOUND));
+    const PatchedImport owner("GetSecurityDescriptorOwner", reinterpret_cast<void*>(&OwnerIsAStranger));
+    EXPECT_EQ(work.Enter((folder / L"tmp").c_str()), static_cast<DWORD>(ERROR_INVALID_OWNER));
+}
+
+} // namespace
