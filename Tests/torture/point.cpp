@@ -7,9 +7,24 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <iterator>
 #include <optional>
+#include <string_view>
 
 namespace {
+
+bool IsMemoryCall(std::string_view call)
+{
+    constexpr std::string_view calls[] = {"malloc",
+                                          "calloc",
+                                          "realloc",
+                                          "_strdup",
+                                          "SysAllocString",
+                                          "SysAllocStringLen",
+                                          "SysAllocStringByteLen",
+                                          "SafeArrayCreateVector"};
+    return std::find(std::begin(calls), std::end(calls), call) != std::end(calls);
+}
 
 // The module is refused where its language library finds no memory to begin with; nothing of ours has run.
 bool IsRefusedLoad(DWORD error)
@@ -64,8 +79,8 @@ Delivered TakeDocuments(Stage& stage)
 
 class Judge {
   public:
-    Judge(PointResult& result, const Scenario& scenario, const PointResult* undamaged)
-        : _m_result(result), _m_scenario(scenario), _m_undamaged(undamaged)
+    Judge(PointResult& result, const Scenario& scenario, FaultPlan plan, const PointResult* undamaged)
+        : _m_result(result), _m_scenario(scenario), _m_plan(plan), _m_undamaged(undamaged)
     {
     }
 
@@ -118,7 +133,7 @@ class Judge {
             return;
         if (delivered.first && _m_result.code == ERROR_SUCCESS)
             _Document("the document", _m_undamaged->document, *delivered.first,
-                      _m_scenario.entry.deliversParts && _HasNewError());
+                      _m_scenario.entry.deliversParts && _HasNewError() && !_IsOnlyMemoryGone());
         if (delivered.second)
             _Document("the document afterwards", _m_undamaged->document, AsOfFirstRun(*delivered.second),
                       false);
@@ -147,6 +162,13 @@ class Judge {
                            [&](const std::string& error) { return usual.count(error) == 0; });
     }
 
+    // Then a document is whole or not sent, whatever was traced.
+    [[nodiscard]] bool _IsOnlyMemoryGone() const
+    {
+        return _m_plan.mode == FaultPlan::Mode::FailNth && _m_result.failedCall &&
+               IsMemoryCall(_m_result.failedCall);
+    }
+
     void _Document(const std::string& what, const std::string& whole, const std::string& got, bool excused)
     {
         if (const std::string fault = DocumentFault(whole, got, excused); !fault.empty())
@@ -155,6 +177,7 @@ class Judge {
 
     PointResult& _m_result;
     const Scenario& _m_scenario;
+    FaultPlan _m_plan;
     const PointResult* _m_undamaged;
 };
 
@@ -163,7 +186,7 @@ class Judge {
 PointResult RunPoint(Stage& stage, const Scenario& scenario, FaultPlan plan, const PointResult* undamaged)
 {
     PointResult result;
-    Judge judge(result, scenario, undamaged);
+    Judge judge(result, scenario, plan, undamaged);
     FaultRun faults(plan);
     std::optional<ArmedFaults> armed;
     watch::Clear();
@@ -179,6 +202,7 @@ PointResult RunPoint(Stage& stage, const Scenario& scenario, FaultPlan plan, con
         armed.reset();
         judge.Code();
         judge.Thread();
+        result.failedCall = faults.FailedCall();
         const std::string trace = stage.Trace();
         const DWORD secondCode = scenario.entry.run(stage, true);
         judge.Documents(stage, secondCode, trace);

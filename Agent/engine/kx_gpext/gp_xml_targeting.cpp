@@ -10,6 +10,7 @@
 #include "Common_CPP/trace/trace.h"
 #include "Common_CPP/util/utf8.h"
 #include "Common_CPP/util/util.h"
+#include "Common_CPP/xml/xml_text.h"
 
 #include <algorithm>
 #include <iterator>
@@ -97,14 +98,22 @@ bool LoadRegistryCse(CkxModule& module, PFNPROCESSGROUPPOLICYEX& process)
 
 // ---- what it is given ---------------------------------------------------------------------------------
 
-bool FindWorkFolder(CString& path)
+CString WorkFolderPath()
 {
-    if (!CkxUtil::GetModuleDir(path, KxModule())) {
-        KXT_OUT(KXT_ERROR, "ERROR: The folder of this module cannot be found.");
-        return false;
-    }
-    path += L"\\tmp";
-    return true;
+    CString folder;
+    if (!CkxUtil::GetModuleDir(folder, KxModule()))
+        AtlThrow(E_OUTOFMEMORY); // a loaded module has a folder: nothing else can be missing
+    return folder + L"\\tmp";
+}
+
+// False for text that is no XML. Without memory the update must not go out unfiltered.
+bool Encode(std::wstring_view text, std::string& utf8)
+{
+    if (kx::WideToUtf8(text, utf8))
+        return true;
+    if (kx::FindInvalidXml(text) == std::wstring_view::npos)
+        AtlThrow(E_OUTOFMEMORY);
+    return false;
 }
 
 DWORD SaveSettings(const CString& workFolder, std::string_view settings, CkxWorkFolder& folder)
@@ -173,11 +182,10 @@ bool CkxGpXml::_EvaluateILT(const CkxXMLNode& targeting) const
     KXT_SCOPE("_IsAllowedByILT");
     CkxModule cse;
     PFNPROCESSGROUPPOLICYEX process = nullptr;
-    CString workFolder;
     std::string settings;
-    if (!LoadRegistryCse(cse, process) || !_ComposeILTPolicy(targeting, settings) ||
-        !FindWorkFolder(workFolder))
+    if (!LoadRegistryCse(cse, process) || !_ComposeILTPolicy(targeting, settings))
         return true;
+    const CString workFolder = WorkFolderPath();
 
     const EvaluationTurn turn;
     CkxWorkFolder held;
@@ -200,7 +208,7 @@ bool CkxGpXml::_ComposeILTPolicy(const CkxXMLNode& targeting, std::string& setti
     // Parsed once here: a file that the other extension cannot read would exclude the policy.
     const std::wstring text = kx::TargetingSettings(kx::View(xml));
     CkxXMLDocument document(_m_factory);
-    if (document.Load(CString(text.c_str(), static_cast<int>(text.size()))) && kx::WideToUtf8(text, settings))
+    if (document.Load(CString(text.c_str(), static_cast<int>(text.size()))) && Encode(text, settings))
         return true;
     KXT_OUT(KXT_ERROR, "ERROR: Failed to load ILT registry policy");
     return false;
