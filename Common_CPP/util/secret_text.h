@@ -31,7 +31,8 @@ class CkxSecretText {
     /// Overwrites and frees what is held, and takes over the caller's string.
     void Attach(BSTR text) noexcept
     {
-        kx::Wipe(_m_text.m_str, _m_text.ByteLength());
+        if (_m_text)
+            kx::Wipe(_m_text.m_str, _m_text.ByteLength());
         _m_text.Attach(text);
     }
 

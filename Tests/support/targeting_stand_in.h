@@ -10,6 +10,7 @@
 /// that it is given say, by these texts:
 ///     answer="match"      writes the marker, late, so that another pass has time to meddle
 ///     answer="fail"       writes the marker and returns an error
+///     answer="stay"       leaves the thread with the user's identity
 ///     answer="break"      deletes the marker's key
 /// and does nothing otherwise.
 struct TargetingCalls {
@@ -18,22 +19,16 @@ struct TargetingCalls {
     std::atomic<int> overlaps{0};     ///< calls that began while another one ran
     std::atomic<int> staleMarkers{0}; ///< calls that found a marker
 
-    // The last call. Texts are cut to their room.
-    DWORD flags = 0;
-    HANDLE token = nullptr;
-    HKEY keyRoot = nullptr;
-    bool deletedList = false;
-    bool restIsEmpty = false; ///< no further GPO, no callback, no handle; the abort flag is there and cleared
-    DWORD version = 0;
-    int link = 0;
-    wchar_t gpoName[64] = {};
-    wchar_t displayName[64] = {};
-    wchar_t directoryPath[64] = {};
-    wchar_t linkPath[64] = {};
-    wchar_t extensions[128] = {};
-    wchar_t folder[MAX_PATH] = {};
+    // The last call: its arguments in c_targetingCall, and the settings file. Cut to their room.
+    wchar_t call[1024] = {};
     char settings[4096] = {};
 };
+
+/// How a call is put in words. A pointer that must not be null is shown by what it points at.
+inline constexpr const wchar_t* c_targetingCall =
+    L"flags=%lX token=%p root=%p deleted=%p handle=%llu abort=%d callback=%p status=%lX, the GPO: "
+    L"options=%lX "
+    L"version=%lX ds=%s folder=%s display=%s name=%s link=%d next=%p previous=%p extensions=%s linked=%s";
 
 /// The stand-in, registered as the real extension would be, until the end of this object.
 class TargetingStandIn {

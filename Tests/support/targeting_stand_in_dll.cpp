@@ -6,8 +6,9 @@
 
 #include <userenv.h>
 
+#include <cstdio>
 #include <cstring>
-#include <cwchar>
+#include <iterator>
 #include <string>
 
 namespace {
@@ -16,12 +17,6 @@ constexpr const wchar_t* kMarkerKey = L"software\\korvex\\agent\\temp";
 constexpr DWORD kLateMs = 20;
 
 TargetingCalls g_calls;
-
-template <std::size_t Room>
-void Keep(wchar_t (&place)[Room], const wchar_t* text)
-{
-    std::wcsncpy(place, text ? text : L"<NULL>", Room - 1);
-}
 
 // The settings file, as the extension would read it: with others still able to.
 void ReadSettings(const wchar_t* folder)
@@ -44,8 +39,10 @@ void WriteMarker()
     ::RegSetKeyValueW(HKEY_LOCAL_MACHINE, kMarkerKey, L"ILTTest", REG_SZ, L"ILTTest", 8 * sizeof(wchar_t));
 }
 
-DWORD Answer()
+DWORD Answer(HANDLE token)
 {
+    if (Says("answer=\"stay\""))
+        ::SetThreadToken(nullptr, token);
     if (Says("answer=\"break\""))
         ::RegDeleteTreeW(HKEY_LOCAL_MACHINE, kMarkerKey);
     if (!Says("answer=\"match\"") && !Says("answer=\"fail\""))
@@ -70,22 +67,13 @@ extern "C" __declspec(dllexport) DWORD CALLBACK
     ++g_calls.calls;
     g_calls.overlaps += g_calls.running++ != 0;
     g_calls.staleMarkers += TargetingStandIn::IsMarkerThere();
-    g_calls.flags = flags;
-    g_calls.token = token;
-    g_calls.keyRoot = keyRoot;
-    g_calls.deletedList = deleted != nullptr;
-    g_calls.restIsEmpty = !changed->pNext && !changed->pPrev && handle == 0 && abort && !*abort &&
-                          !callback && status && changed->dwOptions == 0;
-    g_calls.version = changed->dwVersion;
-    g_calls.link = changed->GPOLink;
-    Keep(g_calls.gpoName, changed->szGPOName);
-    Keep(g_calls.displayName, changed->lpDisplayName);
-    Keep(g_calls.directoryPath, changed->lpDSPath);
-    Keep(g_calls.linkPath, changed->lpLink);
-    Keep(g_calls.extensions, changed->lpExtensions);
-    Keep(g_calls.folder, changed->lpFileSysPath);
+    (void)::_snwprintf(g_calls.call, std::size(g_calls.call) - 1, c_targetingCall, flags, token, keyRoot,
+                       deleted, static_cast<unsigned long long>(handle), *abort, callback, *status,
+                       changed->dwOptions, changed->dwVersion, changed->lpDSPath, changed->lpFileSysPath,
+                       changed->lpDisplayName, changed->szGPOName, changed->GPOLink, changed->pNext,
+                       changed->pPrev, changed->lpExtensions, changed->lpLink);
     ReadSettings(changed->lpFileSysPath);
-    const DWORD answer = Answer();
+    const DWORD answer = Answer(token);
     --g_calls.running;
     return answer;
 }

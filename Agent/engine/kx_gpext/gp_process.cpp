@@ -61,7 +61,7 @@ DWORD Run(const Refresh& refresh)
         xml.Dump();
     CComBSTR document;
     const kx::ScopeExit wipe([&]() noexcept {
-        if (xml.HasSecret())
+        if (xml.HasSecret() && document)
             kx::Wipe(document.m_str, document.ByteLength());
     });
     if (!xml.SaveToString(document) || !pipe.Send(document)) {

@@ -238,4 +238,5 @@ void CkxGpXml::_CallRegistryCse(PFNPROCESSGROUPPOLICYEX process, const CString& 
     BOOL abort = FALSE;
     HRESULT status = S_OK;
     (void)process(_m_flags, GetHandle(), _m_keyRoot, nullptr, &gpo, 0, &abort, nullptr, _m_services, &status);
+    (void)::SetThreadToken(nullptr, nullptr); // should it have left the user's identity on the thread
 }
