@@ -200,9 +200,9 @@ TEST_F(Migration, NoMemoryIsGivenBackWithThePasswordInIt)
         g_given = 0;
         g_withPassword = 0;
         {
-            const PatchedImport freeString("SysFreeString", reinterpret_cast<void*>(&FreeString), module);
-            const PatchedImport clear("VariantClear", reinterpret_cast<void*>(&ClearVariant), module);
-            const PatchedImport free("free", reinterpret_cast<void*>(&Free), module);
+            const PatchedImport freeString(module, "SysFreeString", reinterpret_cast<void*>(&FreeString));
+            const PatchedImport clear(module, "VariantClear", reinterpret_cast<void*>(&ClearVariant));
+            const PatchedImport free(module, "free", reinterpret_cast<void*>(&Free));
             g_freeString = freeString.Original<decltype(g_freeString)>();
             g_clearVariant = clear.Original<decltype(g_clearVariant)>();
             g_free = free.Original<decltype(g_free)>();
