@@ -1,5 +1,6 @@
 // Whole refreshes from outside: the shipped module, a real pipe, documents compared by meaning.
 
+#include "Tests/support/handle_count.h"
 #include "Tests/support/refresh_fixture.h"
 #include "Tests/support/xml_meaning.h"
 
@@ -175,6 +176,67 @@ TEST_F(WholeRefresh, AFolderInPlaceOfAFileIsAFailedLoad)
     EXPECT_EQ(Refresh(kUser), 0U);
     EXPECT_EQ(ReceivedOrders(), "");
     EXPECT_THAT(Trace(), HasSubstr("ERROR: Failed to load the policy files of GPO GPO A - "));
+}
+
+// What is unusual about a GPO's files and names, and harms nothing.
+TEST_F(WholeRefresh, OddFilesAndNamesArriveAsTheyAre)
+{
+    const std::wstring inside = L"\\{5B3E7C21-9D4A-4E86-A1F2-7C09D3B6E54A}\\";
+    CkxListedGpo lowerCase = MakeGpo(kGpoA, {});
+    ASSERT_TRUE(::DeleteFileW((lowerCase.folder + inside + L"Policies.xml").c_str()));
+    WritePolicyFile(kGpoA, L"policies.XML", "<GpoPolicies version='5'><Policy order='1'/></GpoPolicies>");
+    lowerCase.displayName = L"100%s %n%d %1!s!";
+    _m_changed.Add(lowerCase);
+
+    CkxListedGpo deep = MakeGpo(kGpoB, {});
+    deep.folder = L"\\\\?\\" + (_m_folder / L"deep");
+    while (deep.folder.size() < 2 * MAX_PATH) {
+        ASSERT_TRUE(::CreateDirectoryW(deep.folder.c_str(), nullptr));
+        deep.folder += L"\\" + std::wstring(60, L'd');
+    }
+    ASSERT_TRUE(::CreateDirectoryW(deep.folder.c_str(), nullptr));
+    ASSERT_TRUE(::CreateDirectoryW((deep.folder + inside).c_str(), nullptr));
+    const std::wstring source = _m_folder / (std::wstring(L"gpos\\") + kGpoA + inside + L"policies.XML");
+    ASSERT_TRUE(::CopyFileW(source.c_str(), (deep.folder + inside + L"Policies.xml").c_str(), TRUE));
+    deep.folder.erase(0, 4); // as the engine would name it
+    _m_changed.Add(deep);
+
+    EXPECT_EQ(Refresh(kUser), 0U);
+    const std::string meaning = ReceivedMeaning();
+    EXPECT_THAT(meaning, HasSubstr("displayName=\"100%s %n%d %1!s!\""));
+    EXPECT_THAT(meaning, HasSubstr("Policy order=\"100001\"")) << "named in another case";
+    EXPECT_THAT(meaning, HasSubstr("Policy order=\"1\"")) << "beyond MAX_PATH";
+    EXPECT_THAT(Trace(), HasSubstr("Display Name: 100%s %n%d %1!s!"));
+}
+
+TEST_F(WholeRefresh, AFileThatAnotherHoldsIsAFailedLoad)
+{
+    const CkxListedGpo gpo = MakeGpo(kGpoA, {"1"});
+    const std::wstring policies = gpo.folder + L"\\{5B3E7C21-9D4A-4E86-A1F2-7C09D3B6E54A}\\Policies.xml";
+    const CkxFileHandle holder(
+        ::CreateFileW(policies.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr));
+    ASSERT_TRUE(holder);
+    _m_changed.Add(gpo);
+    EXPECT_EQ(Refresh(kUser), 0U);
+    EXPECT_EQ(ReceivedOrders(), "");
+    EXPECT_THAT(Trace(), HasSubstr("ERROR: Failed to load the policy files of GPO GPO A - "));
+}
+
+TEST_F(WholeRefresh, TwoHundredLeaveNoHandleBehind)
+{
+    const auto refresh = [this](DWORD flags) {
+        _m_changed.Add(MakeGpo(kGpoA, {"1", ""}));
+        EXPECT_EQ(Refresh(flags), 0U);
+        EXPECT_TRUE(_m_agent.WaitForMessage(10000));
+    };
+    refresh(kMachine);
+    refresh(kUser);
+    const std::size_t before = CountHandles();
+    for (int i = 0; i < 100; ++i) {
+        refresh(kMachine);
+        refresh(kUser);
+    }
+    EXPECT_EQ(CountHandles(before), before);
 }
 
 TEST_F(WholeRefresh, TextThatNoParserReadsIsReplaced)

@@ -209,6 +209,23 @@ TEST_F(RsopLogging, EveryRunStartsWithNothing)
     EXPECT_EQ(Logged(kPolicyClass, {L"id"}), "");
 }
 
+// The engine asks for an end while the first of two GPOs is being logged.
+TEST_F(RsopLogging, AnAbortFromInsideStopsBeforeTheNextGpo)
+{
+    _m_store.OnCall([this](const CkxStoreCall& call) {
+        if (std::string_view(call.method) == "PutInstance")
+            _m_abort = TRUE;
+        return S_OK;
+    });
+    _m_changed.Add(MakeFiles(kGpoA, Policies("<Policy name='a' gpid='a' action='1' order='3'/>"
+                                             "<Policy action='10' order='4'><Configuration/></Policy>")));
+    _m_changed.Add(MakeFiles(kGpoB, Policies("<Policy name='b' gpid='b' action='1' order='3'/>")));
+    EXPECT_EQ(Refresh(kMachine), static_cast<DWORD>(ERROR_OPERATION_ABORTED));
+    EXPECT_FALSE(_m_agent.WaitForMessage(0));
+    EXPECT_EQ(Logged(kPolicyClass, {L"name"}), "name=a\n");
+    EXPECT_EQ(Logged(kConfigClass, {L"id"}), "");
+}
+
 TEST_F(RsopLogging, WithoutAConverterTheTimeIsNull)
 {
     _m_dateTimes.reset();

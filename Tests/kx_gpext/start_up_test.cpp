@@ -1,6 +1,7 @@
 // Loading and unloading the shipped module: what it sets up beside itself, and what it leaves behind.
 #include "Agent/engine/kx_gpext/trace_folder.h"
 #include "Common_CPP/util/unique_handle.h"
+#include "Tests/support/handle_count.h"
 #include "Tests/support/patched_import.h"
 #include "Tests/support/temp_folder.h"
 #include "Tools/host/extension_module.h"
@@ -121,19 +122,14 @@ TEST_F(StartUp, FiftyTimesLeaveNothingBehind)
         ::TlsFree(slot);
         return slot;
     };
-    const auto handles = [] {
-        DWORD count = 0;
-        ::GetProcessHandleCount(::GetCurrentProcess(), &count);
-        return count;
-    };
     const DWORD slotBefore = nextSlot();
-    const DWORD handlesBefore = handles();
+    const std::size_t handlesBefore = CountHandles();
     for (int i = 0; i < 50; ++i) {
         Load();
         Unload();
     }
     EXPECT_EQ(nextSlot(), slotBefore);
-    EXPECT_EQ(handles(), handlesBefore);
+    EXPECT_EQ(CountHandles(handlesBefore), handlesBefore);
     const CkxFileHandle alone(
         ::CreateFileW(TraceFile().c_str(), GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr));
     EXPECT_TRUE(alone) << "the trace file is still open";
