@@ -57,8 +57,8 @@ DWORD RefreshFixture::Refresh(DWORD flags)
     CkxEngineList deleted = std::exchange(_m_deleted, {});
     CkxEngineList changed = std::exchange(_m_changed, {});
     return _m_extension.ProcessGroupPolicyEx()(flags, _m_token.Get(), HKEY_LOCAL_MACHINE, deleted.Head(),
-                                               changed.Head(), 0, _m_abortPointer, _m_statusCallback, _m_services,
-                                               &_m_rsopStatus);
+                                               changed.Head(), 0, _m_abortPointer, _m_statusCallback,
+                                               _m_services, &_m_rsopStatus);
 }
 
 DWORD RefreshFixture::Plan(RSOP_TARGET* computer, RSOP_TARGET* user)

@@ -11,7 +11,7 @@
 struct CkxListedGpo {
     std::wstring name; ///< "{GUID}"
     std::wstring displayName;
-    std::wstring folder; ///< the scope's folder: ...\{GUID}\Machine or ...\{GUID}\User
+    std::wstring folder;        ///< the scope's folder: ...\{GUID}\Machine or ...\{GUID}\User
     std::wstring directoryPath; ///< empty: the machine's part of the GPO
     std::wstring link = L"LDAP://DC=fernhill,DC=example";
     std::wstring extensions;

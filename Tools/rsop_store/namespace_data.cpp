@@ -224,19 +224,26 @@ HRESULT CkxNamespace::_FindKey(const kx::ObjectPath& path, kx::ClassPointer& def
     return S_OK;
 }
 
+HRESULT CkxNamespace::_FindRecord(const kx::ObjectPath& path, kx::ClassPointer& definition, std::wstring& key,
+                                  const kx::InstanceRecord*& record) const
+{
+    const HRESULT hr = _FindKey(path, definition, key);
+    if (FAILED(hr))
+        return hr;
+    record = _m_instances.Find(*definition, key);
+    return record == nullptr || !record->definition->IsA(definition->name) ? kx::kWbemNotFound : S_OK;
+}
+
 HRESULT CkxNamespace::FindInstance(const kx::ObjectPath& path, kx::InstanceRecord& found) const
 {
     const std::lock_guard hold(_m_lock);
     kx::ClassPointer definition;
     std::wstring key;
-    const HRESULT hr = _FindKey(path, definition, key);
-    if (FAILED(hr))
-        return hr;
-    const kx::InstanceRecord* const record = _m_instances.Find(*definition, key);
-    if (record == nullptr || !record->definition->IsA(definition->name))
-        return kx::kWbemNotFound;
-    found = *record;
-    return S_OK;
+    const kx::InstanceRecord* record = nullptr;
+    const HRESULT hr = _FindRecord(path, definition, key, record);
+    if (SUCCEEDED(hr))
+        found = *record;
+    return hr;
 }
 
 HRESULT CkxNamespace::DeleteInstance(const kx::ObjectPath& path)
@@ -244,12 +251,10 @@ HRESULT CkxNamespace::DeleteInstance(const kx::ObjectPath& path)
     const std::lock_guard hold(_m_lock);
     kx::ClassPointer definition;
     std::wstring key;
-    const HRESULT hr = _FindKey(path, definition, key);
+    const kx::InstanceRecord* record = nullptr;
+    const HRESULT hr = _FindRecord(path, definition, key, record);
     if (FAILED(hr))
         return hr;
-    const kx::InstanceRecord* const record = _m_instances.Find(*definition, key);
-    if (record == nullptr || !record->definition->IsA(definition->name))
-        return kx::kWbemNotFound;
     if (kx::EqualNames(definition->name, L"__NAMESPACE"))
         _m_children.erase(
             kx::FoldedName(std::get<std::wstring>((*record->values)[definition->keys.front()])));

@@ -72,6 +72,8 @@ class CkxNamespace {
     [[nodiscard]] bool _HasChildren(std::wstring_view name) const;
     [[nodiscard]] HRESULT _FindKey(const kx::ObjectPath& path, kx::ClassPointer& definition,
                                    std::wstring& key) const;
+    [[nodiscard]] HRESULT _FindRecord(const kx::ObjectPath& path, kx::ClassPointer& definition,
+                                      std::wstring& key, const kx::InstanceRecord*& record) const;
     [[nodiscard]] HRESULT _PutChild(const kx::ClassDefinition& definition, const kx::Values& values);
 
     const std::shared_ptr<CkxStoreState> _m_state;

@@ -178,9 +178,7 @@ HRESULT CkxQualifierSet::BeginEnumeration(LONG flags)
         const HRESULT hr = _Names(flags, names);
         if (FAILED(hr))
             return hr;
-        const std::lock_guard hold(_m_lock);
-        _m_names = std::move(names);
-        _m_next = 0;
+        _m_cursor.Begin(std::move(names));
         return S_OK;
     });
 }
@@ -193,33 +191,18 @@ HRESULT CkxQualifierSet::Next(LONG flags, BSTR* name, VARIANT* value, LONG* flav
         if (name != nullptr)
             *name = nullptr;
         std::wstring found;
-        HRESULT hr = kx::kWbemNotFound;
-        while (hr == kx::kWbemNotFound) { // a qualifier that was deleted meanwhile is passed over
-            hr = _NextName(found);
-            if (hr != S_OK)
-                return hr;
-            hr = _Get(found, value, flavor);
-        }
+        const HRESULT hr =
+            _m_cursor.Next(found, [&](const std::wstring& next) { return _Get(next, value, flavor); });
+        if (hr == WBEM_S_NO_MORE_DATA)
+            return hr;
         return FAILED(hr) || name == nullptr ? hr : CopyString(found, name);
     });
-}
-
-HRESULT CkxQualifierSet::_NextName(std::wstring& name)
-{
-    const std::lock_guard hold(_m_lock);
-    if (!_m_names)
-        return kx::kWbemUnexpected;
-    if (_m_next == _m_names->size())
-        return WBEM_S_NO_MORE_DATA;
-    name = (*_m_names)[_m_next++];
-    return S_OK;
 }
 
 HRESULT CkxQualifierSet::EndEnumeration()
 {
     return _Call("EndEnumeration", [&]() -> HRESULT {
-        const std::lock_guard hold(_m_lock);
-        _m_names.reset();
+        _m_cursor.End();
         return S_OK;
     });
 }

@@ -22,14 +22,11 @@ class CkxQualifierSet final : public CkxComObject<IWbemQualifierSet> {
     [[nodiscard]] HRESULT _Read(kx::Qualifiers& list) const;
     [[nodiscard]] HRESULT _Names(LONG flags, std::vector<std::wstring>& names) const;
     [[nodiscard]] HRESULT _Get(const std::wstring& name, VARIANT* value, LONG* flavor) const;
-    [[nodiscard]] HRESULT _NextName(std::wstring& name);
 
     [[nodiscard]] bool _OfClass() const { return _m_owner->View().values == nullptr; }
 
     const ATL::CComPtr<CkxWbemObject> _m_owner;
     const std::optional<std::wstring> _m_property;
 
-    std::mutex _m_lock; // guards the enumeration
-    std::optional<std::vector<std::wstring>> _m_names;
-    std::size_t _m_next = 0;
+    CkxNameCursor _m_cursor;
 };

@@ -103,9 +103,7 @@ HRESULT CkxWbemObject::BeginEnumeration(LONG flags)
         const HRESULT hr = kx::ListNames(*View().definition, {flags, nullptr, nullptr}, names);
         if (FAILED(hr))
             return hr;
-        const std::lock_guard hold(_m_lock);
-        _m_names = std::move(names);
-        _m_next = 0;
+        _m_cursor.Begin(std::move(names));
         return S_OK;
     });
 }
@@ -118,33 +116,18 @@ HRESULT CkxWbemObject::Next(LONG flags, BSTR* name, VARIANT* value, CIMTYPE* typ
         if (name != nullptr)
             *name = nullptr;
         std::wstring found;
-        HRESULT hr = kx::kWbemNotFound;
-        while (hr == kx::kWbemNotFound) { // a property that was deleted meanwhile is passed over
-            hr = _NextName(found);
-            if (hr != S_OK)
-                return hr;
-            hr = _Get(found.c_str(), value, type, flavor);
-        }
+        const HRESULT hr = _m_cursor.Next(
+            found, [&](const std::wstring& next) { return _Get(next.c_str(), value, type, flavor); });
+        if (hr == WBEM_S_NO_MORE_DATA)
+            return hr;
         return FAILED(hr) || name == nullptr ? hr : CopyString(found, name);
     });
-}
-
-HRESULT CkxWbemObject::_NextName(std::wstring& name)
-{
-    const std::lock_guard hold(_m_lock);
-    if (!_m_names)
-        return kx::kWbemUnexpected;
-    if (_m_next == _m_names->size())
-        return WBEM_S_NO_MORE_DATA;
-    name = (*_m_names)[_m_next++];
-    return S_OK;
 }
 
 HRESULT CkxWbemObject::EndEnumeration()
 {
     return _Call("EndEnumeration", [&]() -> HRESULT {
-        const std::lock_guard hold(_m_lock);
-        _m_names.reset();
+        _m_cursor.End();
         return S_OK;
     });
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Tools/rsop_store/com_object.h"
+#include "Tools/rsop_store/name_cursor.h"
 #include "Tools/rsop_store/property_list.h"
 
 /// An IWbemClassObject, a class or an instance. Derived classes add what writes. Thread-safe.
@@ -55,8 +56,6 @@ class CkxWbemObject : public CkxComObject<IWbemClassObject> {
 
   private:
     [[nodiscard]] HRESULT _Get(LPCWSTR name, VARIANT* value, CIMTYPE* type, LONG* flavor) const;
-    [[nodiscard]] HRESULT _NextName(std::wstring& name);
 
-    std::optional<std::vector<std::wstring>> _m_names; // what the running enumeration goes through
-    std::size_t _m_next = 0;
+    CkxNameCursor _m_cursor;
 };
