@@ -38,6 +38,7 @@ const Row kRows[] = {
     KX_IMPORT(kKernel, GetFileAttributesExW, NoAccess),
     KX_IMPORT(kKernel, GetFileAttributesW, Invalid<ERROR_ACCESS_DENIED>),
     KX_IMPORT(kKernel, GetFileInformationByHandle, NoResources),
+    KX_IMPORT(kKernel, GetFileInformationByHandleEx, NoResources),
     KX_IMPORT(kKernel, GetFileSizeEx, NoResources),
     KX_IMPORT(kKernel, GetFileTime, NoResources),
     KX_IMPORT(kKernel, GetFinalPathNameByHandleW, NoMemory),

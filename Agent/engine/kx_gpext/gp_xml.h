@@ -3,6 +3,7 @@
 #include "Agent/engine/kx_gpext/gpo_index.h"
 #include "Agent/engine/kx_gpext/kx_gpo.h"
 #include "Agent/engine/kx_gpext/rsop_log.h"
+#include "Agent/engine/kx_gpext/work_folder.h"
 #include "Common_CPP/atl/kx_atl.h"
 #include "Common_CPP/util/secret_text.h"
 #include "Common_CPP/xml/xml_document.h"
@@ -112,9 +113,9 @@ class CkxGpXml : public CAccessToken {
     [[nodiscard]] bool _FillMigrationDoc(const CkxXMLDocument& document, CkxSecretText& password) const;
 
     /// The targeting filter: false only where the targeting on `node` clearly does not match.
-    [[nodiscard]] bool _IsAllowedByILT(const CkxXMLNode& node) const;
-    [[nodiscard]] bool _IsPolicyAllowed(const CkxKxGroupPolicyObject& gpo, const CkxXMLNode& policy) const;
-    [[nodiscard]] bool _EvaluateILT(const CkxXMLNode& targeting) const;
+    [[nodiscard]] bool _IsAllowedByILT(const CkxXMLNode& node);
+    [[nodiscard]] bool _IsPolicyAllowed(const CkxKxGroupPolicyObject& gpo, const CkxXMLNode& policy);
+    [[nodiscard]] bool _EvaluateILT(const CkxXMLNode& targeting);
     [[nodiscard]] bool _ComposeILTPolicy(const CkxXMLNode& targeting, std::string& settings) const;
     void _CallRegistryCse(PFNPROCESSGROUPPOLICYEX process, const CString& workFolder) const;
 
@@ -127,6 +128,7 @@ class CkxGpXml : public CAccessToken {
     PFNSTATUSMESSAGECALLBACK _m_statusCallback;
     int _m_changedCount = 0;
     CkxRsopLog _m_rsopLog;
+    CkxWorkFolder _m_workFolder;      ///< of the targeting filter, once it was needed
     CkxXMLDocumentFactory _m_factory; ///< obtained with the service's own identity
     CkxXMLDocument _m_xmldocGPUpdate;
     CkxXMLNode _m_changedGPOs;

@@ -48,7 +48,8 @@ bool CkxGpXml::_LoadFiles(CkxKxGroupPolicyObject& gpo, const CString& folder, Lo
             return false;
         }
     }
-    gpo.ReadPoliciesFileTime(folder);
+    if (_m_rsopLog.IsLogging()) // nobody else asks for it
+        gpo.ReadPoliciesFileTime(folder);
     gpo.DumpFilePaths();
     return true;
 }

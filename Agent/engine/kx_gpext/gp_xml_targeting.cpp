@@ -15,6 +15,7 @@
 #include <algorithm>
 #include <iterator>
 #include <string_view>
+#include <utility>
 
 KXT_CLASS("CkxGpXml");
 
@@ -116,13 +117,25 @@ bool Encode(std::wstring_view text, std::string& utf8)
     return false;
 }
 
+// Entered once a pass: what is held cannot be exchanged, so it need not be judged again.
+DWORD EnterOnce(const CString& workFolder, CkxWorkFolder& folder)
+{
+    if (folder.IsEntered())
+        return ERROR_SUCCESS;
+    CkxWorkFolder entered;
+    DWORD error = entered.Enter(workFolder);
+    if (error == ERROR_SUCCESS)
+        error = entered.EnterBelow(L"Preferences");
+    if (error == ERROR_SUCCESS)
+        error = entered.EnterBelow(L"Registry");
+    if (error == ERROR_SUCCESS)
+        folder = std::move(entered);
+    return error;
+}
+
 DWORD SaveSettings(const CString& workFolder, std::string_view settings, CkxWorkFolder& folder)
 {
-    DWORD error = folder.Enter(workFolder);
-    if (error == ERROR_SUCCESS)
-        error = folder.EnterBelow(L"Preferences");
-    if (error == ERROR_SUCCESS)
-        error = folder.EnterBelow(L"Registry");
+    const DWORD error = EnterOnce(workFolder, folder);
     return error == ERROR_SUCCESS ? folder.Save(L"Registry.xml", settings) : error;
 }
 
@@ -161,13 +174,13 @@ kx::TargetingVerdict RemoveMarker(const CkxGpRegKey& key)
 
 } // namespace
 
-bool CkxGpXml::_IsAllowedByILT(const CkxXMLNode& node) const
+bool CkxGpXml::_IsAllowedByILT(const CkxXMLNode& node)
 {
     CkxXMLNode targeting;
     return node.IsNull() || !node.GetFirstChild(L"ItemLevelTargeting", targeting) || _EvaluateILT(targeting);
 }
 
-bool CkxGpXml::_IsPolicyAllowed(const CkxKxGroupPolicyObject& gpo, const CkxXMLNode& policy) const
+bool CkxGpXml::_IsPolicyAllowed(const CkxKxGroupPolicyObject& gpo, const CkxXMLNode& policy)
 {
     if (_IsAllowedByILT(policy))
         return true;
@@ -177,7 +190,7 @@ bool CkxGpXml::_IsPolicyAllowed(const CkxKxGroupPolicyObject& gpo, const CkxXMLN
     return false;
 }
 
-bool CkxGpXml::_EvaluateILT(const CkxXMLNode& targeting) const
+bool CkxGpXml::_EvaluateILT(const CkxXMLNode& targeting)
 {
     KXT_SCOPE("_IsAllowedByILT");
     CkxModule cse;
@@ -188,9 +201,8 @@ bool CkxGpXml::_EvaluateILT(const CkxXMLNode& targeting) const
     const CString workFolder = WorkFolderPath();
 
     const EvaluationTurn turn;
-    CkxWorkFolder held;
     CkxGpRegKey key;
-    if (!SaveBasicILTPolicy(workFolder, settings, held) || !OpenMarkerKey(key) ||
+    if (!SaveBasicILTPolicy(workFolder, settings, _m_workFolder) || !OpenMarkerKey(key) ||
         RemoveMarker(key) == kx::TargetingVerdict::LetThrough)
         return true;
     _CallRegistryCse(process, workFolder);

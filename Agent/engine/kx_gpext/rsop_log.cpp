@@ -70,7 +70,7 @@ bool CkxRsopLog::_CanLog() const
 HRESULT CkxRsopLog::LogPolicy(const CkxKxGroupPolicyObject& gpo, const CkxXMLNode& policy,
                               CkxRsopLogGroups& groups)
 {
-    if (_m_schemaResult != S_OK || !_CanLog())
+    if (!IsLogging())
         return _m_schemaResult;
     KXT_SCOPE("LogPolicy");
     return GuardLogging([&] { return _LogPolicy(gpo, policy, groups); });
@@ -176,7 +176,7 @@ void CkxRsopLog::ProcessConfigMap()
 HRESULT CkxRsopLog::LogCfgParam(const CString& path, const CString& value, const CkxKxGroupPolicyObject& gpo,
                                 DWORD precedence)
 {
-    if (_m_schemaResult != S_OK || !_CanLog())
+    if (!IsLogging())
         return _m_schemaResult;
     KXT_SCOPE("LogCfgParam");
     return GuardLogging([&] { return _LogCfgParam(path, value, gpo, precedence); });

@@ -20,6 +20,9 @@ class CkxRsopLog {
     /// How defining the classes went: S_FALSE without services. While it is not S_OK nothing is logged.
     [[nodiscard]] HRESULT SchemaResult() const { return _m_schemaResult; }
 
+    /// Whether what is handed over will be logged.
+    [[nodiscard]] bool IsLogging() const { return _m_schemaResult == S_OK && _CanLog(); }
+
     /// Planning: logs the policies of every GPO of `target` from its files, until `*abort`. Returns the
     /// schema result where that is not 0, 87 without a list of GPOs, 995 after an abort, or 0.
     [[nodiscard]] DWORD Generate(const RSOP_TARGET* target, const BOOL* abort);

@@ -58,7 +58,7 @@ bool FindFirstPolicy(const CkxXMLDocument& document, CkxXMLNode& policy)
 DWORD CkxRsopLog::Generate(const RSOP_TARGET* target, const BOOL* abort)
 {
     KXT_SCOPE("Generate");
-    if (_m_schemaResult != S_OK || !_CanLog())
+    if (!IsLogging())
         return static_cast<DWORD>(_m_schemaResult);
     if (!target || !target->pGPOList)
         return ERROR_INVALID_PARAMETER;

@@ -36,11 +36,11 @@ DWORD Hold(const CString& path, CkxFileHandle& folder)
 
 DWORD Judge(HANDLE folder)
 {
-    BY_HANDLE_FILE_INFORMATION info{};
-    if (!::GetFileInformationByHandle(folder, &info))
+    FILE_BASIC_INFO info{};
+    if (!::GetFileInformationByHandleEx(folder, FileBasicInfo, &info, sizeof info))
         return ::GetLastError();
     constexpr DWORD kinds = FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT;
-    if ((info.dwFileAttributes & kinds) != FILE_ATTRIBUTE_DIRECTORY)
+    if ((info.FileAttributes & kinds) != FILE_ATTRIBUTE_DIRECTORY)
         return ERROR_DIRECTORY;
     return CkxObjectOwner::Of(folder).trusted ? ERROR_SUCCESS : ERROR_INVALID_OWNER;
 }

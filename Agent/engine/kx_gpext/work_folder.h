@@ -17,6 +17,9 @@ class CkxWorkFolder {
     /// file or a link in its place, ERROR_INVALID_OWNER for a stranger's.
     [[nodiscard]] DWORD Enter(const CString& path);
 
+    /// Whether a folder is held.
+    [[nodiscard]] bool IsEntered() const { return !_m_held.empty(); }
+
     /// Goes on into a folder inside the one that was entered last.
     [[nodiscard]] DWORD EnterBelow(const wchar_t* name) { return Enter(FilePath(name)); }
 

@@ -1,0 +1,234 @@
+#include "Bench/bare_refresh.h"
+
+#include "Agent/engine/kx_gpext/pipe_message.h"
+#include "Agent/engine/kx_gpext/policy_order.h"
+#include "Common_CPP/util/scope_exit.h"
+#include "Common_CPP/util/unique_handle.h"
+
+#include <cwchar>
+
+namespace {
+
+constexpr const wchar_t* kMutexName = L"Global\\KxGpPipeInUseMutex";
+constexpr const wchar_t* kEventName = L"Global\\KxGroupPolicyUpdate";
+constexpr const wchar_t* kPipeName = L"\\\\.\\pipe\\KxGroupPolicyUpdate";
+
+// Not in every import library.
+constexpr GUID kFreeThreadedDOMDocument30 = {
+    0xF5078F33, 0xC551, 0x11D3, {0x89, 0xB9, 0x00, 0x00, 0xF8, 0x1F, 0xE2, 0x21}};
+
+void Must(HRESULT hr)
+{
+    if (hr != S_OK)
+        AtlThrow(FAILED(hr) ? hr : E_FAIL);
+}
+
+void Must(bool done)
+{
+    Must(done ? S_OK : E_FAIL);
+}
+
+CComPtr<IXMLDOMElement> AddElement(IXMLDOMDocument* document, IXMLDOMNode* parent, const wchar_t* name)
+{
+    CComPtr<IXMLDOMElement> element;
+    Must(document->createElement(CComBSTR(name), &element));
+    Must(parent->appendChild(element, nullptr));
+    return element;
+}
+
+void SetAttribute(IXMLDOMElement* element, const wchar_t* name, const std::wstring& value)
+{
+    Must(element->setAttribute(CComBSTR(name), CComVariant(value.c_str())));
+}
+
+void ReadBytes(const CkxFileHandle& file, CComVariant& bytes)
+{
+    LARGE_INTEGER size{};
+    Must(::GetFileSizeEx(file.Get(), &size) != FALSE);
+    bytes.parray = ::SafeArrayCreateVector(VT_UI1, 0, size.LowPart);
+    Must(bytes.parray != nullptr);
+    bytes.vt = VT_ARRAY | VT_UI1;
+    DWORD read = 0;
+    Must(::ReadFile(file.Get(), bytes.parray->pvData, size.LowPart, &read, nullptr) && read == size.LowPart);
+}
+
+void Load(IXMLDOMDocument* document, const VARIANT& source)
+{
+    VARIANT_BOOL parsed = VARIANT_FALSE;
+    Must(document->put_async(VARIANT_FALSE));
+    Must(document->load(source, &parsed));
+    Must(parsed != VARIANT_FALSE);
+}
+
+// In the order of the agent's protocol: the sender's turn, a free instance, the announcement, two writes.
+void Send(const CComBSTR& text)
+{
+    constexpr DWORD instanceTimeoutMs = 10000;
+    const auto size = kx::PipePayloadSize(text.Length());
+    const CkxHandle mutex(::CreateMutexW(nullptr, FALSE, kMutexName));
+    const CkxHandle event(::OpenEventW(EVENT_MODIFY_STATE, FALSE, kEventName));
+    Must(size && mutex && event);
+    (void)::WaitForSingleObjectEx(mutex.Get(), INFINITE, FALSE);
+    const kx::ScopeExit turn([&]() noexcept { ::ReleaseMutex(mutex.Get()); });
+    Must(::WaitNamedPipeW(kPipeName, instanceTimeoutMs) != FALSE);
+    const CkxFileHandle pipe(::CreateFileW(kPipeName, READ_CONTROL | FILE_WRITE_DATA, 0, nullptr,
+                                           OPEN_EXISTING, FILE_FLAG_OVERLAPPED, nullptr));
+    DWORD written = 0;
+    Must(pipe && ::SetEvent(event.Get()) &&
+         ::WriteFile(pipe.Get(), &*size, sizeof *size, &written, nullptr) &&
+         ::WriteFile(pipe.Get(), text.m_str, *size, &written, nullptr));
+}
+
+} // namespace
+
+bool CkxBareRefresh::Run(std::span<const CkxListedGpo> gpos)
+{
+    try {
+        CComBSTR text;
+        _Make(gpos, text);
+        Send(text);
+        return true;
+    } catch (const CAtlException&) {
+        return false;
+    }
+}
+
+void CkxBareRefresh::_Make(std::span<const CkxListedGpo> gpos, CComBSTR& text)
+{
+    const Document update = _NewDocument();
+    const CComPtr<IXMLDOMElement> root = AddElement(update, update, L"GPUpdate");
+    const CComPtr<IXMLDOMElement> changed = AddElement(update, root, L"ChangedGPOs");
+    (void)AddElement(update, root, L"DeletedGPOs");
+    _SetRootAttributes(root);
+    const int count = static_cast<int>(gpos.size());
+    int precedence = 0;
+    for (const CkxListedGpo& gpo : gpos)
+        _AddGpo(update, changed, gpo, ++precedence, count);
+    _TakeText(update, text);
+}
+
+void CkxBareRefresh::_SetRootAttributes(IXMLDOMElement* root) const
+{
+    SetAttribute(root, L"userScope", L"false");
+    SetAttribute(root, L"forced", L"false");
+    SetAttribute(root, L"version", L"2");
+    SetAttribute(root, L"SID", _m_user.sid);
+    SetAttribute(root, L"user", _m_user.name);
+}
+
+void CkxBareRefresh::_AddGpo(IXMLDOMDocument* update, IXMLDOMNode* parent, const CkxListedGpo& gpo,
+                             int precedence, int count)
+{
+    const CComPtr<IXMLDOMElement> element = AddElement(update, parent, L"GPO");
+    SetAttribute(element, L"name", gpo.name);
+    SetAttribute(element, L"displayName", gpo.displayName);
+    SetAttribute(element, L"precedence", std::to_wstring(precedence));
+    if (_LoadRoot(gpo, kx::PolicyFile::Migration))
+        AtlThrow(E_UNEXPECTED); // none of the measured GPOs has one
+    const CComPtr<IXMLDOMElement> policiesRoot = _LoadRoot(gpo, kx::PolicyFile::Policies);
+    const CComPtr<IXMLDOMElement> movedRoots[] = {
+        _LoadRoot(gpo, kx::PolicyFile::ApplicationGroups), _LoadRoot(gpo, kx::PolicyFile::Tokens),
+        _LoadRoot(gpo, kx::PolicyFile::RestrictionRules), _LoadRoot(gpo, kx::PolicyFile::Gui)};
+    const CComPtr<IXMLDOMElement> policies = AddElement(update, element, L"Policies");
+    SetAttribute(policies, L"version", L"5");
+    _MovePolicies(policiesRoot, policies, precedence, count);
+    for (const CComPtr<IXMLDOMElement>& root : movedRoots)
+        if (root)
+            Must(policies->appendChild(root, nullptr));
+}
+
+CComPtr<IXMLDOMElement> CkxBareRefresh::_LoadRoot(const CkxListedGpo& gpo, kx::PolicyFile file)
+{
+    CComPtr<IXMLDOMElement> root;
+    const Document document = _LoadFile(kx::PolicyFilePath(gpo.folder, false, file));
+    if (!document)
+        return root;
+    CComVariant version;
+    Must(document->get_documentElement(&root));
+    Must(root->getAttribute(CComBSTR(L"version"), &version));
+    Must(version.vt == VT_BSTR && std::wcscmp(version.bstrVal, L"5") == 0);
+    return root;
+}
+
+void CkxBareRefresh::_MovePolicies(IXMLDOMElement* from, IXMLDOMNode* to, int precedence, int count) const
+{
+    CComPtr<IXMLDOMNode> next;
+    (void)from->get_firstChild(&next);
+    while (next) {
+        const CComPtr<IXMLDOMNode> node = std::move(next);
+        (void)node->get_nextSibling(&next);
+        CComBSTR name;
+        Must(node->get_nodeName(&name));
+        if (std::wcscmp(name, _m_policy) != 0)
+            continue;
+        _SetOrder(node, precedence, count);
+        Must(to->appendChild(node, nullptr));
+    }
+}
+
+void CkxBareRefresh::_SetOrder(IXMLDOMNode* policy, int precedence, int count) const
+{
+    CComPtr<IXMLDOMElement> element;
+    Must(policy->QueryInterface(__uuidof(IXMLDOMElement), reinterpret_cast<void**>(&element)));
+    CComVariant own;
+    Must(element->getAttribute(_m_order, &own));
+    Must(own.vt == VT_BSTR);
+    const int order = kx::GlobalOrder(std::wcstol(own.bstrVal, nullptr, 10), static_cast<unsigned>(count),
+                                      static_cast<unsigned>(precedence), true);
+    Must(element->setAttribute(_m_order, CComVariant(std::to_wstring(order).c_str())));
+}
+
+CkxBareRefresh::Document CkxPlainRefresh::_NewDocument()
+{
+    Document document;
+    Must(document.CoCreateInstance(kFreeThreadedDOMDocument30));
+    return document;
+}
+
+CkxBareRefresh::Document CkxPlainRefresh::_LoadFile(const std::wstring& path)
+{
+    if (::GetFileAttributesW(path.c_str()) == INVALID_FILE_ATTRIBUTES)
+        return {};
+    Document document = _NewDocument();
+    Load(document, CComVariant(path.c_str()));
+    return document;
+}
+
+void CkxPlainRefresh::_TakeText(IXMLDOMDocument* document, CComBSTR& text)
+{
+    Must(document->get_xml(&text));
+}
+
+CkxFastestRefresh::CkxFastestRefresh(CkxBareUser user) : CkxBareRefresh(std::move(user))
+{
+    (void)::CoGetClassObject(kFreeThreadedDOMDocument30, CLSCTX_SERVER, nullptr, __uuidof(IClassFactory),
+                             reinterpret_cast<void**>(&_m_factory)); // without one, making documents fails
+}
+
+CkxBareRefresh::Document CkxFastestRefresh::_NewDocument()
+{
+    Document document;
+    Must(_m_factory != nullptr);
+    Must(_m_factory->CreateInstance(nullptr, __uuidof(IXMLDOMDocument), reinterpret_cast<void**>(&document)));
+    return document;
+}
+
+CkxBareRefresh::Document CkxFastestRefresh::_LoadFile(const std::wstring& path)
+{
+    const CkxFileHandle file(
+        ::CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr));
+    if (!file)
+        return {};
+    CComVariant bytes;
+    ReadBytes(file, bytes);
+    Document document = _NewDocument();
+    Load(document, bytes);
+    return document;
+}
+
+void CkxFastestRefresh::_TakeText(IXMLDOMDocument* document, CComBSTR& text)
+{
+    CComPtr<IXMLDOMElement> root;
+    Must(document->get_documentElement(&root));
+    Must(root->get_xml(&text));
+}
