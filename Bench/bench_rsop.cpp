@@ -123,12 +123,13 @@ class Bare {
         CkxWbemClassObjectPtr policyClass;
         Require(CkxRsopSchema::RegisterExtension(CkxWbemServicesPtr(services), &policyClass, nullptr) == S_OK,
                 "the bare side's class");
-        CComPtr<IXMLDOMNode> next;
-        Require(stage.root.Get()->get_firstChild(&next) == S_OK, "the bare side's walk");
-        for (int i = 0; next; ++i) {
-            const CComPtr<IXMLDOMNode> policy = std::move(next);
-            (void)policy->get_nextSibling(&next);
+        CComPtr<IXMLDOMNode> policy;
+        Require(stage.root.Get()->get_firstChild(&policy) == S_OK, "the bare side's walk");
+        for (int i = 0; policy; ++i) {
             _LogPolicy(services, policyClass.Get(), policy, i);
+            CComPtr<IXMLDOMNode> next;
+            (void)policy->get_nextSibling(&next);
+            policy = next;
         }
     }
 
@@ -208,7 +209,7 @@ std::wstring MakeFolder()
 {
     wchar_t temp[MAX_PATH + 1];
     Require(::GetTempPathW(MAX_PATH + 1, temp) != 0, "the temporary folder");
-    const std::wstring folder = std::wstring(temp) + L"kx_bench_rsop";
+    std::wstring folder = std::wstring(temp) + L"kx_bench_rsop";
     ::CreateDirectoryW(folder.c_str(), nullptr);
     const CkxFileHandle file(::CreateFileW((folder + L"\\Policies.xml").c_str(), GENERIC_WRITE, 0, nullptr,
                                            CREATE_ALWAYS, 0, nullptr));
@@ -242,7 +243,7 @@ int main(int argc, char** argv)
         Bare bare((g_folder + L"\\bare.lines").c_str());
         std::vector<kx::Samples> ours;
         const int counts[] = {1000, 10000, 100000};
-        const int rounds[] = {21, 9, 3};
+        const int rounds[] = {21, 9, 5};
         for (int i = 0; i < 3; ++i) {
             const auto sides =
                 kx::Interleave(rounds[i], {Side(counts[i], LogOurs),

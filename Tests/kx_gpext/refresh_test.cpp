@@ -190,7 +190,7 @@ TEST_F(WholeRefresh, OddFilesAndNamesArriveAsTheyAre)
 
     CkxListedGpo deep = MakeGpo(kGpoB, {});
     deep.folder = L"\\\\?\\" + (_m_folder / L"deep");
-    while (deep.folder.size() < 2 * MAX_PATH) {
+    while (deep.folder.size() < std::size_t{2} * MAX_PATH) {
         ASSERT_TRUE(::CreateDirectoryW(deep.folder.c_str(), nullptr));
         deep.folder += L"\\" + std::wstring(60, L'd');
     }
