@@ -1,10 +1,12 @@
 // What logging policies in WMI costs: the logger, tracing at its default into a file, beside a bare program
-// that makes the same puts, takes the same text of each policy and appends one line to a file. Both write
+// that defines the same classes, makes the same puts, takes the same text of each policy and appends one line
+// to a file. Both write
 // into stores in memory, which are as fast for both; each round's store is new, and neither making it nor
 // dropping it counts.
 #include "Agent/engine/kx_gpext/rsop_log.h"
 #include "Agent/engine/kx_gpext/rsop_schema.h"
 #include "Bench/bench_report.h"
+#include "Common_CPP/kxwbem/kxwbem_datetime.h"
 #include "Common_CPP/trace/trace_control.h"
 #include "Common_CPP/util/unique_handle.h"
 #include "Common_CPP/util/utf8.h"
@@ -120,9 +122,15 @@ class Bare {
     void Log(Stage& stage)
     {
         const CComPtr<IWbemServices> services = stage.store.Services();
+        const CkxWbemServicesPtr space(services);
         CkxWbemClassObjectPtr policyClass;
-        Require(CkxRsopSchema::RegisterExtension(CkxWbemServicesPtr(services), &policyClass, nullptr) == S_OK,
-                "the bare side's class");
+        CkxWbemClassObjectPtr configClass;
+        (void)CkxRsopSchema::UnregisterExtension(space);
+        Require(CkxRsopSchema::RegisterExtension(space, &policyClass, &configClass) == S_OK,
+                "the bare side's classes");
+        CComBSTR time;
+        Require(CkxSWbemDateTimePtr::FileTime2WmiDateTime({1, 1}, false, time) == S_OK,
+                "the bare side's time");
         CComPtr<IXMLDOMNode> policy;
         Require(stage.root.Get()->get_firstChild(&policy) == S_OK, "the bare side's walk");
         for (int i = 0; policy; ++i) {

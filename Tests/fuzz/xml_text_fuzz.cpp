@@ -3,6 +3,7 @@
 //
 //   xml_text_fuzz -max_len=2048
 #include "Common_CPP/xml/xml_query.h"
+#include "Common_CPP/xml/xml_start_tag.h"
 #include "Common_CPP/xml/xml_text.h"
 
 #include <cstdint>
@@ -111,6 +112,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     std::u16string ours = text;
     kx::ReplaceInvalidCharacters(ours.data(), ours.size(), replacement);
     Require(ours == NaiveInvalidCharacters(text, replacement), "ReplaceInvalidCharacters");
+
+    std::u16string value;
+    (void)kx::ReadStartTagAttribute(std::u16string_view(text), std::u16string_view(tag), value);
 
     ours = text;
     kx::ReplaceInvalidXml(ours.data(), ours.size());

@@ -4,6 +4,8 @@
 #include "Agent/engine/kx_gpext/rsop_schema.h"
 #include "Common_CPP/kxwbem/kxwbem_datetime.h"
 #include "Common_CPP/trace/trace.h"
+#include "Common_CPP/util/number_text.h"
+#include "Common_CPP/xml/xml_start_tag.h"
 
 KXT_CLASS("CkxRsopLog");
 
@@ -84,15 +86,16 @@ HRESULT CkxRsopLog::_LogPolicy(const CkxKxGroupPolicyObject& gpo, const CkxXMLNo
         return E_FAIL;
     if (action == kConfigurationAction)
         return _m_machineScope ? _InsertConfigurationToMap(gpo, policy) : S_OK;
+    groups.SetNamesToGroups(policy);
     RsopPolicySettingData setting;
-    if (!_ReadSetting(gpo, policy, setting))
-        return E_FAIL;
-    groups.SetNamesToGroups(setting.name, policy);
     if (!policy.GetXml(setting.xml) || setting.xml.Length() == 0) {
-        KXT_OUT(KXT_ERROR,
-                "ERROR: Failed to get policy xml content. GPO: " << gpo << ", Policy: " << setting.name);
+        CString name; // for the line alone
+        (void)policy.GetAttribute(L"name", name);
+        KXT_OUT(KXT_ERROR, "ERROR: Failed to get policy xml content. GPO: " << gpo << ", Policy: " << name);
         return E_FAIL;
     }
+    if (!_ReadSetting(gpo, setting))
+        return E_FAIL;
     return _LogPolicySetting(gpo, setting);
 }
 
@@ -104,22 +107,26 @@ bool CkxRsopLog::_ReadAction(const CkxKxGroupPolicyObject& gpo, const CkxXMLNode
     return false;
 }
 
-bool CkxRsopLog::_ReadSetting(const CkxKxGroupPolicyObject& gpo, const CkxXMLNode& policy,
-                              RsopPolicySettingData& setting)
+// From the policy's text, which is there already.
+bool CkxRsopLog::_ReadSetting(const CkxKxGroupPolicyObject& gpo, RsopPolicySettingData& setting)
 {
-    if (!policy.GetAttribute(L"name", setting.name)) {
+    const std::wstring_view xml(setting.xml.m_str, setting.xml.Length());
+    std::wstring value;
+    if (!kx::ReadStartTagAttribute<wchar_t>(xml, L"name", value)) {
         KXT_OUT(KXT_ERROR, "ERROR: FAiled to get policy name attribute. GPO: " << gpo);
         return false;
     }
-    if (!policy.GetAttribute(L"gpid", setting.id)) {
-        KXT_OUT(KXT_ERROR,
-                "ERROR: FAiled to get policy gpid attribute. GPO: " << gpo << ", Policy: " << setting.name);
+    setting.name = CComBSTR(static_cast<int>(value.size()), value.c_str());
+    if (!kx::ReadStartTagAttribute<wchar_t>(xml, L"gpid", value)) {
+        KXT_OUT(KXT_ERROR, "ERROR: FAiled to get policy gpid attribute. GPO: " << gpo << ", Policy: "
+                                                                               << setting.name.m_str);
         return false;
     }
-    int order = 0;
-    if (!policy.GetAttribute(L"order", order)) {
-        KXT_OUT(KXT_ERROR,
-                "ERROR: FAiled to get policy order attribute. GPO: " << gpo << ", Policy: " << setting.name);
+    setting.id = CComBSTR(static_cast<int>(value.size()), value.c_str());
+    std::int32_t order = 0;
+    if (!kx::ReadStartTagAttribute<wchar_t>(xml, L"order", value) || !kx::ScanInt32<wchar_t>(value, order)) {
+        KXT_OUT(KXT_ERROR, "ERROR: FAiled to get policy order attribute. GPO: " << gpo << ", Policy: "
+                                                                                << setting.name.m_str);
         return false;
     }
     setting.precedence = static_cast<DWORD>(order);
@@ -137,15 +144,15 @@ HRESULT CkxRsopLog::_LogPolicySetting(const CkxKxGroupPolicyObject& gpo, const R
     }
     hr = instance.Put_BSTR(L"policyXml", setting.xml);
     if (FAILED(hr)) {
-        KXT_OUT(KXT_ERROR,
-                "ERROR: objectInstance.Put(policyXml) failed. hr=" << hr << ". PolicyName=" << setting.name);
+        KXT_OUT(KXT_ERROR, "ERROR: objectInstance.Put(policyXml) failed. hr=" << hr << ". PolicyName="
+                                                                              << setting.name.m_str);
         return hr;
     }
     (void)_SetCommonProperties(instance, gpo, setting.id, setting.name, setting.precedence);
     hr = _PutInstance(instance, setting.name);
     if (SUCCEEDED(hr))
-        KXT_OUT(KXT_INFO,
-                "INFO: " << kRsopPolicyClass << " created. Name=[" << setting.name << "], ID=" << setting.id);
+        KXT_OUT(KXT_INFO, "INFO: " << kRsopPolicyClass << " created. Name=[" << setting.name.m_str
+                                   << "], ID=" << setting.id.m_str);
     return hr;
 }
 
@@ -198,7 +205,8 @@ HRESULT CkxRsopLog::_LogCfgParam(const CString& path, const CString& value, cons
         return hr;
     }
     // The class that the line names is the one that administrators' notes quote.
-    if (FAILED(_SetCommonProperties(instance, gpo, path, path, precedence)))
+    const CComBSTR id(path);
+    if (FAILED(_SetCommonProperties(instance, gpo, id, id, precedence)))
         KXT_OUT(KXT_ERROR, "ERROR: Failed to set RSOP_KxTesmorMessage common properties. CfgPath=" << path);
     hr = _PutInstance(instance, path);
     if (SUCCEEDED(hr))
@@ -207,7 +215,7 @@ HRESULT CkxRsopLog::_LogCfgParam(const CString& path, const CString& value, cons
     return hr;
 }
 
-HRESULT CkxRsopLog::_PutInstance(const CkxWbemClassObjectPtr& instance, const CString& name)
+HRESULT CkxRsopLog::_PutInstance(const CkxWbemClassObjectPtr& instance, const wchar_t* name)
 {
     const HRESULT hr = _m_services.Get()->PutInstance(instance.Get(), 0, nullptr, nullptr);
     if (FAILED(hr))
@@ -216,28 +224,28 @@ HRESULT CkxRsopLog::_PutInstance(const CkxWbemClassObjectPtr& instance, const CS
 }
 
 HRESULT CkxRsopLog::_SetCommonProperties(const CkxWbemClassObjectPtr& instance,
-                                         const CkxKxGroupPolicyObject& gpo, const CString& id,
-                                         const CString& name, DWORD precedence)
+                                         const CkxKxGroupPolicyObject& gpo, const CComBSTR& id,
+                                         const CComBSTR& name, DWORD precedence)
 {
     KXT_SCOPE("_SetCommonProperties");
-    if (instance.IsNull() || id.IsEmpty()) {
+    if (instance.IsNull() || id.Length() == 0 || !name) {
         KXT_OUT(KXT_ERROR, "ERROR: Invalid arguments passed to _SetCommonProperties method");
         return E_INVALIDARG;
     }
     const auto failed = [&](const char* property, const auto& value, HRESULT hr) {
         if (FAILED(hr))
             KXT_OUT(KXT_ERROR, "ERROR: objectInstance.Put(" << property << ", " << value << ") failed. hr="
-                                                            << hr << ". InstanceName=" << name);
+                                                            << hr << ". InstanceName=" << name.m_str);
         return FAILED(hr);
     };
-    HRESULT hr = instance.Put_CString(L"id", id);
-    if (failed("id", id, hr))
+    HRESULT hr = instance.Put_BSTR(L"id", id);
+    if (failed("id", id.m_str, hr))
         return hr;
     hr = instance.Put_long(L"precedence", static_cast<long>(precedence));
     if (failed("precedence", precedence, hr))
         return hr;
-    hr = instance.Put_CString(L"name", name);
-    if (failed("name", name, hr))
+    hr = instance.Put_BSTR(L"name", name);
+    if (failed("name", name.m_str, hr))
         return hr;
     const GpoTexts& texts = _TextsOf(gpo);
     hr = instance.Put_BSTR(L"GPOID", texts.gpoId);

@@ -44,8 +44,8 @@ class CkxRsopLog {
     static constexpr int kConfigurationAction = 10;
 
     struct RsopPolicySettingData {
-        CString id;
-        CString name;
+        CComBSTR id;
+        CComBSTR name;
         CComBSTR xml;
         DWORD precedence;
     };
@@ -63,8 +63,7 @@ class CkxRsopLog {
                                      CkxRsopLogGroups& groups);
     [[nodiscard]] static bool _ReadAction(const CkxKxGroupPolicyObject& gpo, const CkxXMLNode& policy,
                                           int& action);
-    [[nodiscard]] static bool _ReadSetting(const CkxKxGroupPolicyObject& gpo, const CkxXMLNode& policy,
-                                           RsopPolicySettingData& setting);
+    [[nodiscard]] static bool _ReadSetting(const CkxKxGroupPolicyObject& gpo, RsopPolicySettingData& setting);
     [[nodiscard]] HRESULT _LogPolicySetting(const CkxKxGroupPolicyObject& gpo,
                                             const RsopPolicySettingData& setting);
     [[nodiscard]] HRESULT _InsertConfigurationToMap(const CkxKxGroupPolicyObject& gpo,
@@ -72,9 +71,9 @@ class CkxRsopLog {
     [[nodiscard]] HRESULT _LogCfgParam(const CString& path, const CString& value,
                                        const CkxKxGroupPolicyObject& gpo, DWORD precedence);
     [[nodiscard]] HRESULT _SetCommonProperties(const CkxWbemClassObjectPtr& instance,
-                                               const CkxKxGroupPolicyObject& gpo, const CString& id,
-                                               const CString& name, DWORD precedence);
-    [[nodiscard]] HRESULT _PutInstance(const CkxWbemClassObjectPtr& instance, const CString& name);
+                                               const CkxKxGroupPolicyObject& gpo, const CComBSTR& id,
+                                               const CComBSTR& name, DWORD precedence);
+    [[nodiscard]] HRESULT _PutInstance(const CkxWbemClassObjectPtr& instance, const wchar_t* name);
     [[nodiscard]] GpoTexts& _TextsOf(const CkxKxGroupPolicyObject& gpo);
 
     void _GenerateRsopForGPO(PGROUP_POLICY_OBJECTW entry, DWORD number, DWORD count);

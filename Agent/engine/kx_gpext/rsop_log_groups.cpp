@@ -15,41 +15,51 @@ void ForEachChild(const CkxXMLNode& parent, const wchar_t* name, const Visit& vi
         visit(child);
 }
 
+// For the lines about faults.
+CString NameOf(const CkxXMLNode& policy)
+{
+    CString name;
+    (void)policy.GetAttribute(L"name", name);
+    return name;
+}
+
 } // namespace
 
-void CkxRsopLogGroups::SetNamesToGroups(const CString& policyName, const CkxXMLNode& policy)
+void CkxRsopLogGroups::SetNamesToGroups(const CkxXMLNode& policy)
 {
     if (_m_root.IsNull())
         return;
     KXT_SCOPE("_SetNamesToGroups");
     ForEachChild(policy, L"Targets", [&](const CkxXMLNode& targets) {
         ForEachChild(targets, L"ApplicationGroup",
-                     [&](const CkxXMLNode& group) { _SetNameToGroup(policyName, group); });
+                     [&](const CkxXMLNode& group) { _SetNameToGroup(policy, group); });
     });
 }
 
-void CkxRsopLogGroups::_SetNameToGroup(const CString& policyName, const CkxXMLNode& group)
+void CkxRsopLogGroups::_SetNameToGroup(const CkxXMLNode& policy, const CkxXMLNode& group)
 {
-    CString id;
-    if (!group.GetAttribute(L"id", id)) {
-        KXT_OUT(KXT_ERROR, "ERROR: policy " << policyName << " contains group without id ");
+    CComBSTR id;
+    const bool hasId = group.GetAttribute(L"id", id);
+    const Name* const name = hasId ? _Find({id.m_str, id.Length()}) : nullptr;
+    if (name && *name && group.SetAttribute(L"name", name->value()))
         return;
-    }
-    const Name* const name = _Find(id);
-    if (!name)
-        KXT_OUT(KXT_ERROR, "ERROR: policy " << policyName << " contains group id " << id
+    const CString policyName = NameOf(policy);
+    if (!hasId)
+        KXT_OUT(KXT_ERROR, "ERROR: policy " << policyName << " contains group without id ");
+    else if (!name)
+        KXT_OUT(KXT_ERROR, "ERROR: policy " << policyName << " contains group id " << id.m_str
                                             << " which is not found in AppGroups");
     else if (!*name)
-        KXT_OUT(KXT_ERROR, "ERROR: group id " << id << " has no name");
-    else if (!group.SetAttribute(L"name", name->value()))
-        KXT_OUT(KXT_ERROR, "ERROR: policy " << policyName << ": error setting name to group id " << id);
+        KXT_OUT(KXT_ERROR, "ERROR: group id " << id.m_str << " has no name");
+    else
+        KXT_OUT(KXT_ERROR, "ERROR: policy " << policyName << ": error setting name to group id " << id.m_str);
 }
 
-const CkxRsopLogGroups::Name* CkxRsopLogGroups::_Find(const CString& id)
+const CkxRsopLogGroups::Name* CkxRsopLogGroups::_Find(std::wstring_view id)
 {
     if (!_m_read)
         _ReadDefinitions();
-    const auto found = _m_names.find(std::wstring(kx::View(id)));
+    const auto found = _m_names.find(id);
     return found == _m_names.end() ? nullptr : &found->second;
 }
 

@@ -2,8 +2,10 @@
 
 #include "Common_CPP/xml/xml_node.h"
 
+#include <functional>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 
 /// The names of one GPO's application groups by their id. Read from ApplicationGroups.xml when the first one
@@ -15,16 +17,26 @@ class CkxRsopLogGroups {
 
     /// Writes each group's name beside its id into the policy's Targets/ApplicationGroup elements. Faults are
     /// traced and the element stays as it is. Does nothing for a GPO without groups.
-    void SetNamesToGroups(const CString& policyName, const CkxXMLNode& policy);
+    void SetNamesToGroups(const CkxXMLNode& policy);
 
   private:
     using Name = std::optional<CString>; ///< empty where the definition has no name
 
-    void _SetNameToGroup(const CString& policyName, const CkxXMLNode& group);
-    [[nodiscard]] const Name* _Find(const CString& id);
+    /// Lets an id be looked up without making a string of it.
+    struct ViewHash {
+        using is_transparent = void;
+
+        std::size_t operator()(std::wstring_view text) const noexcept
+        {
+            return std::hash<std::wstring_view>{}(text);
+        }
+    };
+
+    void _SetNameToGroup(const CkxXMLNode& policy, const CkxXMLNode& group);
+    [[nodiscard]] const Name* _Find(std::wstring_view id);
     void _ReadDefinitions();
 
     CkxXMLNode _m_root;
     bool _m_read = false;
-    std::unordered_map<std::wstring, Name> _m_names;
+    std::unordered_map<std::wstring, Name, ViewHash, std::equal_to<>> _m_names;
 };

@@ -1,0 +1,150 @@
+#include "Common_CPP/xml/xml_start_tag.h"
+
+#include <algorithm>
+#include <cstdint>
+
+namespace kx {
+
+namespace {
+
+template <class Char>
+bool IsSpace(Char character)
+{
+    return character == ' ' || character == '\t' || character == '\r' || character == '\n';
+}
+
+template <class Char>
+void SkipSpaces(std::basic_string_view<Char>& text)
+{
+    text.remove_prefix(
+        static_cast<std::size_t>(std::find_if_not(text.begin(), text.end(), IsSpace<Char>) - text.begin()));
+}
+
+// Takes what stands before the first `mark`, and the mark. False where there is none.
+template <class Char>
+bool TakeThrough(std::basic_string_view<Char>& text, char mark, std::basic_string_view<Char>& taken)
+{
+    const std::size_t size = text.find(static_cast<Char>(mark));
+    if (size == text.npos)
+        return false;
+    taken = text.substr(0, size);
+    text.remove_prefix(size + 1);
+    return true;
+}
+
+template <class Char>
+bool Equals(std::basic_string_view<Char> text, std::string_view ascii)
+{
+    return std::equal(text.begin(), text.end(), ascii.begin(), ascii.end(),
+                      [](Char left, char right) { return left == static_cast<Char>(right); });
+}
+
+// The character that "#65" or "#x41" stands for; 0 for none.
+template <class Char>
+std::uint32_t NumberedCharacter(std::basic_string_view<Char> digits, std::uint32_t base)
+{
+    std::uint32_t code = 0;
+    for (const Char digit : digits) {
+        std::uint32_t value = base;
+        if (digit >= '0' && digit <= '9')
+            value = static_cast<std::uint32_t>(digit - '0');
+        else if (digit >= 'a' && digit <= 'f')
+            value = static_cast<std::uint32_t>(digit - 'a') + 10;
+        else if (digit >= 'A' && digit <= 'F')
+            value = static_cast<std::uint32_t>(digit - 'A') + 10;
+        if (value >= base || code > 0x10FFFF)
+            return 0;
+        code = code * base + value;
+    }
+    return code <= 0x10FFFF ? code : 0;
+}
+
+// The character that a reference names, without its "&" and ";"; 0 for none.
+template <class Char>
+std::uint32_t ReferencedCharacter(std::basic_string_view<Char> reference)
+{
+    constexpr struct {
+        std::string_view name;
+        char character;
+    } named[] = {{"amp", '&'}, {"lt", '<'}, {"gt", '>'}, {"quot", '"'}, {"apos", '\''}};
+
+    for (const auto& entry : named)
+        if (Equals(reference, entry.name))
+            return static_cast<std::uint32_t>(entry.character);
+    if (reference.size() > 2 && reference[0] == '#' && reference[1] == 'x')
+        return NumberedCharacter(reference.substr(2), 16);
+    return reference.size() > 1 && reference[0] == '#' ? NumberedCharacter(reference.substr(1), 10) : 0;
+}
+
+template <class Char>
+void Append(std::basic_string<Char>& text, std::uint32_t code)
+{
+    if (code < 0x10000) {
+        text += static_cast<Char>(code);
+        return;
+    }
+    text += static_cast<Char>(0xD800 + ((code - 0x10000) >> 10));
+    text += static_cast<Char>(0xDC00 + ((code - 0x10000) & 0x3FF));
+}
+
+template <class Char>
+bool Resolve(std::basic_string_view<Char> raw, std::basic_string<Char>& value)
+{
+    value.clear();
+    std::basic_string_view<Char> plain;
+    while (TakeThrough(raw, '&', plain)) {
+        value += plain;
+        std::basic_string_view<Char> reference;
+        const std::uint32_t code = TakeThrough(raw, ';', reference) ? ReferencedCharacter(reference) : 0;
+        if (code == 0)
+            return false;
+        Append(value, code);
+    }
+    value += raw;
+    return true;
+}
+
+// The attribute's name, from what stands before its "=". Empty where the tag has ended by then.
+template <class Char>
+std::basic_string_view<Char> AttributeName(std::basic_string_view<Char> text)
+{
+    const auto isNoName = [](Char character) { return character == '>' || character == '/'; };
+    if (std::any_of(text.begin(), text.end(), isNoName))
+        return {};
+    const auto end = std::find_if(text.begin(), text.end(), IsSpace<Char>);
+    return text.substr(0, static_cast<std::size_t>(end - text.begin()));
+}
+
+} // namespace
+
+template <class Char>
+bool ReadStartTagAttribute(std::basic_string_view<Char> xml, std::basic_string_view<Char> name,
+                           std::basic_string<Char>& value)
+{
+    if (xml.empty() || xml.front() != '<')
+        return false;
+    const auto isEnd = [](Char character) { return IsSpace(character) || character == '>'; };
+    xml.remove_prefix(static_cast<std::size_t>(std::find_if(xml.begin(), xml.end(), isEnd) - xml.begin()));
+    for (;;) {
+        SkipSpaces(xml);
+        std::basic_string_view<Char> before;
+        if (!TakeThrough(xml, '=', before))
+            return false;
+        const std::basic_string_view<Char> found = AttributeName(before);
+        SkipSpaces(xml);
+        if (found.empty() || xml.empty() || (xml.front() != '"' && xml.front() != '\''))
+            return false;
+        const char quote = xml.front() == '"' ? '"' : '\'';
+        xml.remove_prefix(1);
+        std::basic_string_view<Char> raw;
+        if (!TakeThrough(xml, quote, raw))
+            return false;
+        if (found == name)
+            return Resolve(raw, value);
+    }
+}
+
+template bool ReadStartTagAttribute(std::u16string_view, std::u16string_view, std::u16string&);
+template bool ReadStartTagAttribute(std::wstring_view, std::wstring_view, std::wstring&);
+
+} // namespace kx
