@@ -7,7 +7,7 @@
 #include "Agent/engine/kx_gpext/kx_gpext.h"
 #include "Bench/bench_report.h"
 #include "Common_CPP/trace/trace_control.h"
-#include "Tests/support/patched_import.h"
+#include "Tools/host/patched_import.h"
 
 #include <cstdio>
 #include <cstring>

@@ -3,8 +3,8 @@
 #include "Common_CPP/file/directory_tree.h"
 #include "Common_CPP/file/file.h"
 #include "Common_CPP/util/unique_handle.h"
-#include "Tests/support/patched_import.h"
 #include "Tests/support/temp_folder.h"
+#include "Tools/host/patched_import.h"
 
 #include <gtest/gtest.h>
 

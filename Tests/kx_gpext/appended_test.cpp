@@ -1,8 +1,8 @@
 // Policy sets pushed by a component of the agent: the shipped module's export, called as LocalSystem or not.
 
-#include "Tests/support/appended_call.h"
 #include "Tests/support/refresh_fixture.h"
 #include "Tests/support/xml_meaning.h"
+#include "Tools/host/appended_call.h"
 
 #include <gmock/gmock.h>
 

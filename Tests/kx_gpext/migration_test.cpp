@@ -1,9 +1,9 @@
 // Migration commands from outside: the shipped module, documents compared by meaning, and a password that
 // nobody finds.
 
-#include "Tests/support/patched_import.h"
 #include "Tests/support/refresh_fixture.h"
 #include "Tests/support/xml_meaning.h"
+#include "Tools/host/patched_import.h"
 
 #include <gmock/gmock.h>
 

@@ -1,7 +1,7 @@
 // What the pipe client asks of the system, step by step; any step can be made to fail.
 #pragma once
 
-#include "Tests/support/patched_import.h"
+#include "Tools/host/patched_import.h"
 
 #include <map>
 #include <memory>

@@ -2,9 +2,9 @@
 #include "Agent/engine/kx_gpext/trace_folder.h"
 #include "Common_CPP/util/unique_handle.h"
 #include "Tests/support/handle_count.h"
-#include "Tests/support/patched_import.h"
 #include "Tests/support/temp_folder.h"
 #include "Tools/host/extension_module.h"
+#include "Tools/host/patched_import.h"
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,8 @@
 // The service's own folder: who may write into it, and that nobody exchanges it under its hands.
 
 #include "Agent/engine/kx_gpext/work_folder.h"
-#include "Tests/support/patched_import.h"
 #include "Tests/support/temp_folder.h"
+#include "Tools/host/patched_import.h"
 
 #include <gtest/gtest.h>
 

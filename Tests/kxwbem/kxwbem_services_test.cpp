@@ -1,8 +1,8 @@
 // Queries, deletion by time, namespaces, the way to a server, and dumps.
 #include "Tests/kxwbem/kxwbem_fixture.h"
 
-#include "Tests/support/patched_import.h"
 #include "Tests/support/temp_folder.h"
+#include "Tools/host/patched_import.h"
 
 using namespace std::string_literals;
 

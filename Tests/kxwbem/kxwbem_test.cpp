@@ -1,7 +1,7 @@
 #include "Tests/kxwbem/kxwbem_fixture.h"
 
 #include "Common_CPP/kxwbem/kxwbem_value_text.h"
-#include "Tests/support/patched_import.h"
+#include "Tools/host/patched_import.h"
 
 #include <functional>
 #include <limits>

@@ -1,6 +1,6 @@
 #include "Tools/rsop_store/swbem_date_time.h"
 
-#include "Tests/support/patched_import.h"
+#include "Tools/host/patched_import.h"
 
 #include <wbemdisp.h>
 

@@ -1,7 +1,7 @@
 #include "Tests/torture/stage.h"
 
-#include "Tests/support/appended_call.h"
 #include "Tests/support/temp_folder.h"
+#include "Tools/host/appended_call.h"
 
 #include <fstream>
 #include <stdexcept>

@@ -4,8 +4,8 @@
 #include "Common_CPP/trace/trace.h"
 #include "Common_CPP/trace/trace_control.h"
 #include "Common_CPP/util/unique_handle.h"
-#include "Tests/support/patched_import.h"
 #include "Tests/support/temp_folder.h"
+#include "Tools/host/patched_import.h"
 
 #include <gtest/gtest.h>
 

@@ -1,0 +1,143 @@
+// Text laid out for a screen: widths of characters, what must not reach a terminal, and tables.
+
+#include "Tools/kx_gpsim/text_table.h"
+#include "Tools/kx_gpsim/text_width.h"
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <sstream>
+
+namespace {
+
+using std::string;
+using std::string_view;
+
+struct WidthRow {
+    const char* why;
+    string_view text;
+    std::size_t width;
+};
+
+class TextWidth : public testing::TestWithParam<WidthRow> {};
+
+TEST_P(TextWidth, CountsColumns)
+{
+    EXPECT_EQ(kx::DisplayWidth(GetParam().text), GetParam().width) << GetParam().why;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Rows, TextWidth,
+    testing::Values(WidthRow{"nothing", "", 0},
+                    WidthRow{"letters beyond ASCII are one column", "K\u00E4se", 4},
+                    WidthRow{"a mark stands on its letter", "e\u0301", 1},
+                    WidthRow{"East Asian letters are two", "\u6F22\u5B57", 4},
+                    WidthRow{"fullwidth forms are two, halfwidth ones one", "\uFF21\uFF71", 3},
+                    WidthRow{"a pictograph is two", "\U0001F9C0", 2},
+                    WidthRow{"the last of the first plane", "\uFFFD", 1},
+                    WidthRow{"ill-formed bytes are one each", "\xC3\xC3(", 3},
+                    WidthRow{"a surrogate written as UTF-8 is three ill-formed bytes", "\xED\xA0\x80", 3},
+                    WidthRow{"an overlong slash is no character", "\xC0\xAF", 2},
+                    WidthRow{"a character cut short", "a\xE6\xBC", 3},
+                    WidthRow{"beyond the last character", "\xF4\x90\x80\x80", 4}));
+
+struct VisibleRow {
+    const char* why;
+    string_view text;
+    string_view visible;
+};
+
+class TextVisible : public testing::TestWithParam<VisibleRow> {};
+
+TEST_P(TextVisible, LosesItsPower)
+{
+    EXPECT_EQ(kx::VisibleText(GetParam().text), GetParam().visible) << GetParam().why;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Rows, TextVisible,
+    testing::Values(VisibleRow{"ordinary text stays", "Caf\u00E9 \u6F22", "Caf\u00E9 \u6F22"},
+                    VisibleRow{"an escape sequence", "\x1b[2J", "\u241B[2J"},
+                    VisibleRow{"line ends do not break a table", "a\r\nb", "a\u240D\u240Ab"},
+                    VisibleRow{"a NUL", string_view("a\0b", 3),
+                               "a\u2400"
+                               "b"},
+                    VisibleRow{"delete", "\x7F", "\u2421"},
+                    VisibleRow{"the one-byte form of an escape sequence", "\u009B1m", "<U+009B>1m"},
+                    VisibleRow{"the direction of writing", "\u202Egpj.exe", "<U+202E>gpj.exe"},
+                    VisibleRow{"hidden tags", "a\U000E0041", "a<U+0E0041>"},
+                    VisibleRow{"a stray byte", "a\x9B", "a\uFFFD"}));
+
+TEST(CutText, EndsInAnEllipsisWithinTheWidth)
+{
+    EXPECT_EQ(kx::CutText("policy", 6), "policy");
+    EXPECT_EQ(kx::CutText("policies", 6), "polic\u2026");
+    EXPECT_EQ(kx::CutText("\u6F22\u5B57\u6F22", 4), "\u6F22\u2026")
+        << "a wide character that fits in half is left out";
+    EXPECT_EQ(kx::CutText("policies", 0), "policies");
+}
+
+TEST(WholeCharacters, LeavesOutWhatIsCutShort)
+{
+    EXPECT_EQ(kx::WholeCharacters("ab\xE6\xBC"), "ab");
+    EXPECT_EQ(kx::WholeCharacters("ab\xE6\xBC\xA2"), "ab\xE6\xBC\xA2");
+    EXPECT_EQ(kx::WholeCharacters("\xBC\xBC\xBC\xBC\xBC"), "\xBC\xBC\xBC\xBC\xBC") << "always makes progress";
+    EXPECT_EQ(kx::WholeCharacters("\xE6\xBC"), "\xE6\xBC") << "always makes progress";
+}
+
+const std::vector<kx::TableColumn> kColumns = {{"GPO", false}, {"Count", true}, {"Why", false}};
+
+TEST(FormatTable, AlignsByWhatIsSeen)
+{
+    EXPECT_EQ(kx::FormatTable(kColumns,
+                              {{"\u6F22\u5B57", "7", "a"}, {"e\u0301", "12"}, {"x", "1", "b", "surplus"}}, 0),
+              "GPO   Count  Why\n"
+              "\u2500\u2500\u2500\u2500  \u2500\u2500\u2500\u2500\u2500  \u2500\u2500\u2500\n"
+              "\u6F22\u5B57      7  a\n"
+              "e\u0301        12\n"
+              "x         1  b\n");
+}
+
+std::vector<string> LinesOf(const string& text)
+{
+    std::vector<string> lines;
+    std::istringstream stream(text);
+    for (string line; std::getline(stream, line);)
+        lines.push_back(line);
+    return lines;
+}
+
+TEST(FormatTable, WrapsAtBlanksAndKeepsNumbersWhole)
+{
+    const std::vector<string> lines = LinesOf(
+        kx::FormatTable(kColumns, {{"Fernhill baseline", "123456", "the user is in no such group"}}, 32));
+    const std::vector<string> expected = {"Fernhill     123456  the user is",
+                                          "baseline             in no such", "                     group"};
+    EXPECT_EQ(std::vector<string>(lines.begin() + 2, lines.end()), expected);
+    EXPECT_THAT(kx::FormatTable(kColumns, {{"OU=Dairy,DC=fernhill"}}, 26),
+                testing::HasSubstr("OU=Dairy,\nDC="));
+}
+
+TEST(FormatTable, StaysWithinTheWidthWhateverTheCells)
+{
+    const string longWord(1000, 'w');
+    const string marks = "a" + string(3000, '\xCC') + "\u0301";
+    for (const string& cell :
+         {longWord, marks, string("\u6F22\u5B57\u6F22\u5B57\u6F22\u5B57\u6F22\u5B57\u6F22"),
+          string(500, ' ')}) {
+        const string table = kx::FormatTable(kColumns, {{cell, "1", cell}}, 30);
+        const std::vector<string> lines = LinesOf(table);
+        EXPECT_LE(lines.size(), 6U) << "a long cell is cut after a few lines";
+        for (const string& line : lines)
+            EXPECT_LE(kx::DisplayWidth(line), 30U) << line;
+    }
+    EXPECT_NE(kx::FormatTable(kColumns, {{longWord}}, 30).find("\u2026"), string::npos);
+}
+
+TEST(FormatTable, OfNothing)
+{
+    EXPECT_EQ(LinesOf(kx::FormatTable(kColumns, {}, 80)).size(), 2U);
+    EXPECT_EQ(kx::FormatTable({}, {{"x"}}, 80), "\n\n\n");
+}
+
+} // namespace

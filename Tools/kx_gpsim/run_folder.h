@@ -1,0 +1,47 @@
+#pragma once
+
+#include <string>
+
+/// The folder of one run: it holds the copy of the extension that runs, which writes beside itself, and
+/// everything else that the run makes.
+class CkxRunFolder {
+  public:
+    /// Makes the folder: `wanted`, which may be there already, or a new one under the temporary folder where
+    /// that is empty. Copies `extension` into it, byte for byte, and the stand-in for targeting, where one
+    /// stands beside the extension. Without `keep` a temporary one goes at the end. Throws ToolError.
+    CkxRunFolder(const std::string& wanted, bool keep, const std::wstring& extension);
+    ~CkxRunFolder();
+    CkxRunFolder(const CkxRunFolder&) = delete;
+    CkxRunFolder& operator=(const CkxRunFolder&) = delete;
+
+    [[nodiscard]] const std::wstring& Path() const { return _m_path; }
+
+    /// Whether it outlives this object.
+    [[nodiscard]] bool Stays() const { return _m_stays; }
+
+    [[nodiscard]] std::wstring Extension() const { return _m_path + L"\\kx_gpext.dll"; }
+
+    [[nodiscard]] std::wstring StandIn() const { return _m_path + L"\\kx_targeting.dll"; }
+
+    [[nodiscard]] std::wstring Trace() const { return _m_path + L"\\Trace\\kx_gpext.trace"; }
+
+    [[nodiscard]] std::wstring TargetingReport() const { return _m_path + L"\\tmp\\targeting-report.txt"; }
+
+    /// What the extension asks targeting about.
+    [[nodiscard]] std::wstring TargetingSettings() const
+    {
+        return _m_path + L"\\tmp\\Preferences\\Registry\\Registry.xml";
+    }
+
+  private:
+    void _Make(const std::string& wanted);
+    void _Copy(const std::wstring& extension) const;
+    void _Remove() const;
+
+    std::wstring _m_path;
+    bool _m_stays;
+};
+
+/// The extension's module to run: the one named, or the one beside this program. Throws ToolError where it
+/// is not there.
+[[nodiscard]] std::wstring FindExtension(const std::string& named);

@@ -1,0 +1,45 @@
+#pragma once
+
+#include "Tools/kx_gpsim/run_result.h"
+
+#include <string>
+#include <string_view>
+
+namespace kx {
+
+/// A line of the trace in its parts, which point into it. Lines of the trace library itself have no source.
+struct TraceLine {
+    std::string_view source;   ///< ".../engine/kx_gpext/gp_xml.cpp"
+    std::string_view severity; ///< "error", "warning" or ""
+    std::string_view message;  ///< without "ERROR: " and the like
+
+    /// Whether the source's path has `part` in it.
+    [[nodiscard]] bool IsFrom(std::string_view part) const
+    {
+        return source.find(part) != std::string_view::npos;
+    }
+};
+
+[[nodiscard]] TraceLine ParseTraceLine(std::string_view line);
+
+/// How a line about targeting concerns an evaluation.
+enum class TargetingLine {
+    None,
+    Failed,         ///< it could not be made, and what it was for was let through
+    Detail,         ///< says more about the failure before
+    PolicyExcluded, ///< `subject` is the policy
+    GpoExcluded
+};
+
+/// `subject` is set where the kind says so.
+[[nodiscard]] TargetingLine ClassifyTargeting(const TraceLine& line, std::string& subject);
+
+/// Makes complaints of a GPO's lines and keeps them in `complaints`. Lines that only say that something
+/// before them had consequences are left out where there is something before them. Where the extension goes
+/// on without loss for the agent, as with RSoP data, its errors are warnings.
+void AddComplaint(const TraceLine& line, std::vector<Complaint>& complaints);
+
+/// The name of the file at the end of a path.
+[[nodiscard]] std::string BaseName(std::string_view path);
+
+} // namespace kx
