@@ -1,5 +1,6 @@
 // The targeting stand-in's pure parts: joining filters, names, versions, variables, and each filter's forms.
 
+#include "Tests/targeting/fake_facts.h"
 #include "Tools/targeting/filter_tree.h"
 #include "Tools/targeting/item_decision.h"
 #include "Tools/targeting/name_pattern.h"
@@ -7,11 +8,8 @@
 
 #include <gtest/gtest.h>
 
-#include <map>
-
 namespace {
 
-using std::optional;
 using std::wstring;
 
 /// Reads a tree such as "T&!F|(F|T)": T and F are filters, joined as written, parentheses are collections.
@@ -35,50 +33,6 @@ std::vector<kx::FilterNode> Tree(std::string_view text)
     }
     return nodes;
 }
-
-/// A machine as a test describes it.
-class FakeFacts : public kx::TargetingFacts {
-  public:
-    optional<wstring> UserName() const override { return userName; }
-
-    optional<wstring> UserSid() const override { return userSid; }
-
-    optional<wstring> NameOf(kx::ComputerName kind) const override
-    {
-        return kind == kx::ComputerName::Dns ? L"pc-7.example.net" : L"PC-7";
-    }
-
-    optional<wstring> Variable(const wstring& name) const override
-    {
-        const auto found = variables.find(Folded(name));
-        return found == variables.end() ? std::nullopt : optional<wstring>(found->second);
-    }
-
-    kx::FileState StateOf(const wstring& path) const override
-    {
-        const auto found = files.find(path);
-        return found == files.end() ? kx::FileState::Absent : found->second;
-    }
-
-    kx::FileVersionFact VersionOf(const wstring& /*path*/) const override { return version; }
-
-    wstring Folded(std::wstring_view text) const override
-    {
-        wstring folded(text);
-        for (wchar_t& unit : folded)
-            unit = unit >= L'a' && unit <= L'z' ? static_cast<wchar_t>(unit - L'a' + L'A') : unit;
-        return folded;
-    }
-
-    optional<wstring> userName = L"FERNHILL\\Anna";
-    optional<wstring> userSid = L"S-1-5-21-1-2-3-1001";
-    std::map<wstring, wstring> variables = {
-        {L"SITE", L"North"}, {L"ROOT", L"C:\\Tools"}, {L"PCT", L"%SITE%"}};
-    std::map<wstring, kx::FileState> files = {{L"C:\\Tools\\a.exe", kx::FileState::File},
-                                              {L"C:\\Tools", kx::FileState::Folder},
-                                              {L"C:\\locked", kx::FileState::CannotTell}};
-    kx::FileVersionFact version{kx::FileVersionFact::State::Known, {2, 5, 0, 0}};
-};
 
 using Attributes = std::vector<kx::FilterAttribute>;
 
@@ -240,7 +194,7 @@ TEST(Filters, AnswerOrSayWhyNot)
         {__LINE__, CannotTell, file, version(L"1.0", L"1", L"2.0", L"1")},
         {__LINE__, CannotTell, file, version(L"1.0.0.0", L"", L"2.0.0.0", L"1")},
         {__LINE__, CannotTell, file, version(L"1.0.0.0", L"1", L"2.0.0.0", L"2")},
-        {__LINE__, CannotTell, L"FilterGroup", {}},
+        {__LINE__, CannotTell, L"FilterMsi", {}},
         {__LINE__, CannotTell, L"FilterCollection", {}},
         {__LINE__, CannotTell, user, {{L"name", L"FERNHILL\\Anna"}, {L"bool", L"XOR"}}},
         {__LINE__, CannotTell, user, {{L"name", L"FERNHILL\\Anna"}, {L"not", L"true"}}},
@@ -289,12 +243,12 @@ TEST(ItemDecision, WhatIsNotKnownLetsTheWholeItemThrough)
     elements.push_back({3, L"FilterVariable", no}); // a filter inside one that is no collection
     EXPECT_TRUE(kx::DecideItem(elements, facts).passes);
     elements.pop_back();
-    elements.push_back({2, L"FilterOs", {{L"bool", L"AND"}}});
-    elements.push_back({0, L"FilterSite", {}});
+    elements.push_back({2, L"FilterDun", {{L"bool", L"AND"}}});
+    elements.push_back({0, L"FilterMoon", {}});
     const kx::ItemDecision decision = kx::DecideItem(elements, facts);
     EXPECT_TRUE(decision.passes);
-    EXPECT_EQ(decision.findings, (std::vector<wstring>{L"FilterOs: a filter that is not known",
-                                                       L"FilterSite: a filter that is not known"}));
+    EXPECT_EQ(decision.findings, (std::vector<wstring>{L"FilterDun: a filter that is not known",
+                                                       L"FilterMoon: a filter that is not known"}));
 }
 
 } // namespace

@@ -170,6 +170,97 @@ TEST_F(TargetingTest, EachFilterAsksTheMachine)
     EXPECT_EQ(::GetModuleHandleW(L"kx_targeting.dll"), nullptr) << "nothing keeps the module loaded";
 }
 
+TEST_F(TargetingTest, TheComputerIsAsked)
+{
+    CAccessToken token;
+    CSid user;
+    ASSERT_TRUE(token.GetProcessToken(TOKEN_QUERY) && token.GetUser(&user));
+    SYSTEMTIME now{};
+    ::GetLocalTime(&now);
+    CkxRegKey key;
+    ASSERT_EQ(key.Create(HKEY_CURRENT_USER, L"Software\\KxTargeting", KEY_SET_VALUE), ERROR_SUCCESS);
+    SetText(key, L"Text", REG_EXPAND_SZ, L"%Path%");
+    const DWORD number = 0x0006041D;
+    ASSERT_EQ(
+        ::RegSetValueExW(key.Get(), L"", 0, REG_DWORD, reinterpret_cast<const BYTE*>(&number), sizeof number),
+        ERROR_SUCCESS);
+
+    const std::string ofUser = R"(Registry hive="HKEY_CURRENT_USER" key="Software\KxTargeting" )";
+    const std::string locale = "Language language='" + std::to_string(::GetSystemDefaultLCID()) +
+                               "' locale='" + std::to_string(::GetSystemDefaultLCID()) + "' ";
+    const std::string most = "4294967295";
+
+    const struct {
+        bool expected;
+        std::string filter;
+    } rows[] = {
+        {true, "Group userContext='1' sid='S-1-1-0'"},
+        {true, R"(Group userContext='1' name='BUILTIN\Users')"},
+        {false, "Group userContext='1' sid='S-1-5-32-546'"},
+        {false, "Group userContext='1' sid='S-1-1-0' primaryGroup='1'"},
+        {true, "Domain userContext='1' name='" + Narrow(user.Domain()) + "'"},
+        {false, "Domain userContext='1' name='NO-SUCH'"},
+        {false, "Domain userContext='0' name='NO-SUCH'"},
+        {true, ofUser + "type='KEYEXISTS'"},
+        {false, R"(Registry hive="HKEY_LOCAL_MACHINE" key="Software\KxTargeting" type='KEYEXISTS')"},
+        {false, ofUser + "type='VALUEEXISTS' valueName='none'"},
+        {true, ofUser + "type='MATCHVALUE' subtype='EQUALS' valueType='REG_DWORD' valueData='0006041D'"},
+        {false, ofUser + "type='MATCHVALUE' subtype='EQUALS' valueType='REG_DWORD' valueData='00000000'"},
+        {true, ofUser + "type='MATCHVALUE' subtype='SUBSTRING' valueName='Text' valueData='Path'"},
+        {true, "Date period='MONTHLY' day='" + std::to_string(now.wDay) + "'"},
+        {false, "Date period='YEARLY' day='1' month='1' year='1999'"},
+        {true, "Time begin='00:00:00' end='23:59:59'"},
+        {false, "IpRange min='127.0.0.0' max='127.255.255.255'"},
+        {false, "MacRange min='00-00-00-00-00-00' max='00-00-00-00-00-00'"},
+        {true, locale + "system='1'"},
+        {true, locale + "default='1'"},
+        {true, locale + "native='1'"},
+        {false, "Language default='1' system='1' native='1' language='1' locale='1025'"},
+        {true, "Disk drive='%SystemDrive%' freeSpace='0'"},
+        {false, "Disk drive='C:' freeSpace='" + most + "'"},
+        {true, "Ram totalMB='64'"},
+        {false, "Ram totalMB='" + most + "'"},
+        {true, "Cpu speedMHz='1'"},
+        {false, "Cpu speedMHz='" + most + "'"},
+        {true, "Os class='NT' version='NE' type='NE' edition='NE' sp='NE'"},
+        {false, "Os class='NT' version='2K' type='NE' edition='NE' sp='NE'"},
+    };
+
+    for (const auto& row : rows)
+        EXPECT_EQ(Lets("<Filter" + row.filter + "/>"), row.expected) << row.filter;
+    EXPECT_TRUE(Lets("<FilterProcMode backRefr='1'/>", GPO_INFO_FLAG_BACKGROUND));
+    EXPECT_FALSE(Lets("<FilterProcMode backRefr='1'/>"));
+    EXPECT_THAT(Report(), IsEmpty());
+    ::RegDeleteKeyW(HKEY_CURRENT_USER, L"Software\\KxTargeting");
+}
+
+TEST_F(TargetingTest, FactsComeBeforeWhatTheMachineSays)
+{
+    const wchar_t* const facts = L"tmp\\targeting-facts.txt";
+    const std::string group = R"(<FilterGroup userContext="1" name="FERNHILL\H)"
+                              "\xC3\xA4"
+                              R"(lle"/>)";
+    const std::string machine = R"(<FilterComputer type="NETBIOS" name="*"/>)";
+    m_folder.Write(facts, "\xEF\xBB\xBFuser.name = FERNHILL\\Anna\r\nuser.group = FERNHILL\\h\xC3\xA4"
+                          "lle\r\n");
+    EXPECT_TRUE(Lets(group + machine));
+    m_folder.Write(facts, "user.name = FERNHILL\\Anna\nuser.group =\n");
+    EXPECT_FALSE(Lets(group));
+    EXPECT_THAT(Report(), IsEmpty());
+
+    m_folder.Write(facts, "user.name = FERNHILL\\Anna\nuser.groups = FERNHILL\\H\n");
+    EXPECT_TRUE(Lets(R"(<FilterComputer type="NETBIOS" name="no-such"/>)"));
+    EXPECT_EQ(Report(), "the facts file: line 2: [user.groups] is no fact that is known\r\n"
+                        "ILTTest: let through: FilterComputer: the computer's name is not known\r\n");
+
+    ::DeleteFileW((m_folder / facts).c_str());
+    ::DeleteFileW((m_work + L"\\targeting-report.txt").c_str());
+    ::CreateDirectoryW((m_folder / facts).c_str(), nullptr);
+    EXPECT_TRUE(Lets(machine));
+    EXPECT_THAT(Report(), StartsWith("the facts file: it cannot be read, error 5\r\n"));
+    ::RemoveDirectoryW((m_folder / facts).c_str());
+}
+
 TEST_F(TargetingTest, TheUsersVariablesCountInUserScopeOnly)
 {
     CkxRegKey key;
@@ -214,10 +305,10 @@ TEST_F(TargetingTest, WhatIsNotKnownIsLetThroughAndNamed)
     EXPECT_TRUE(Lets(R"(<FilterVariable bool="AND" not="0" variableName="KX_NONE" value="x"/>)"
                      "<FilterCollection bool=\"AND\"><Filter\xC3\x84 user='1'/></FilterCollection>"
                      R"(<FilterUser bool="AND" not="0" name="a\b" two="2"/>)"));
-    EXPECT_TRUE(Lets(R"(<FilterRam bool="AND" not="0" totalMB="64"/>)"));
+    EXPECT_TRUE(Lets(R"(<FilterMsi bool="AND" not="0" type="PRODUCT"/>)"));
     EXPECT_EQ(Report(), "ILTTest: let through: Filter\xC3\x84: a filter that is not known\r\n"
                         "ILTTest: let through: FilterUser: an attribute that is not known: two\r\n"
-                        "ILTTest: let through: FilterRam: a filter that is not known\r\n");
+                        "ILTTest: let through: FilterMsi: a filter that is not known\r\n");
 }
 
 TEST_F(TargetingTest, DepthIsRefusedNotSuffered)

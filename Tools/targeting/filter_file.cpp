@@ -1,7 +1,7 @@
 // <FilterFile type="EXISTS" path="..." folder="0">: a file, or with folder="1" a folder, is there.
 // <FilterFile type="VERSION" path="..." min="1.0.0.0" max="2.0.0.0" gte="1" lte="0">: the file is there and
 // its version lies in the range; gte and lte say whether its ends belong to it.
-#include "Tools/targeting/filters.h"
+#include "Tools/targeting/filter_values.h"
 #include "Tools/targeting/variable_text.h"
 
 namespace kx {
@@ -10,11 +10,6 @@ namespace {
 
 constexpr std::wstring_view kAttributes[] = {L"path", L"type", L"folder", L"min", L"max", L"gte", L"lte"};
 
-bool IsSwitch(std::wstring_view text)
-{
-    return text == L"0" || text == L"1";
-}
-
 // "C:\..." or "\\server\...": what means the same wherever the engine's process stands.
 bool IsAbsolute(std::wstring_view path)
 {
@@ -22,32 +17,21 @@ bool IsAbsolute(std::wstring_view path)
     return onDrive || path.starts_with(L"\\\\");
 }
 
-std::optional<VersionRange> RangeOf(const FilterElement& filter)
-{
-    const auto lowest = ParseFileVersion(filter.Value(L"min"));
-    const auto highest = ParseFileVersion(filter.Value(L"max"));
-    const std::wstring_view withLowest = filter.Value(L"gte");
-    const std::wstring_view withHighest = filter.Value(L"lte");
-    if (!lowest || !highest || !IsSwitch(withLowest) || !IsSwitch(withHighest))
-        return std::nullopt;
-    return VersionRange{*lowest, *highest, withLowest == L"1", withHighest == L"1"};
-}
-
 FilterAnswer MatchExistence(const FilterElement& filter, FileState state)
 {
-    const std::wstring_view folder = filter.Value(L"folder");
-    if (!folder.empty() && !IsSwitch(folder))
+    const auto folder = OptionalSwitch(filter, L"folder");
+    if (!folder)
         return CannotTell(L"the folder attribute is neither 0 nor 1");
-    return Matches(state == (folder == L"1" ? FileState::Folder : FileState::File));
+    return Matches(state == (*folder ? FileState::Folder : FileState::File));
 }
 
 FilterAnswer MatchVersion(const FilterElement& filter, const std::wstring& path, FileState state,
                           const TargetingFacts& facts)
 {
-    const auto range = RangeOf(filter);
+    const auto range = VersionRangeOf(filter);
     if (!range)
         return CannotTell(L"it needs min and max as four numbers, gte and lte as 0 or 1");
-    if (const std::wstring_view folder = filter.Value(L"folder"); !folder.empty() && folder != L"0")
+    if (OptionalSwitch(filter, L"folder") != false)
         return CannotTell(L"a folder has no version");
     if (state != FileState::File)
         return Matches(false);

@@ -1,28 +1,14 @@
-// <FilterUser name="DOMAIN\user" sid="S-1-...">: whom the policy is applied for. A sid decides alone;
-// without one the name does, whose two parts may hold wildcards.
+// <FilterUser name="DOMAIN\user" sid="S-1-...">: whom the policy is applied for. A sid decides alone, where
+// the user's is known; else the name does, whose two parts may hold wildcards.
 #include "Tools/targeting/filters.h"
 #include "Tools/targeting/name_pattern.h"
+#include "Tools/targeting/plain_values.h"
 
 namespace kx {
 
 namespace {
 
 constexpr std::wstring_view kAttributes[] = {L"name", L"sid"};
-
-bool IsSid(std::wstring_view text)
-{
-    constexpr std::wstring_view start = L"S-1-";
-    return text.starts_with(start) && text.size() > start.size() &&
-           text.find_first_not_of(L"0123456789-", start.size()) == std::wstring_view::npos;
-}
-
-FilterAnswer MatchSid(std::wstring_view wanted, const TargetingFacts& facts)
-{
-    if (!IsSid(wanted))
-        return CannotTell(L"the sid is none");
-    const auto sid = facts.UserSid();
-    return sid ? Matches(*sid == wanted) : CannotTell(L"the user's sid is not known");
-}
 
 // The parts of DOMAIN\user; nullopt where there is no backslash.
 struct AccountName {
@@ -54,8 +40,15 @@ FilterAnswer MatchName(std::wstring_view wanted, const TargetingFacts& facts)
 
 FilterAnswer Evaluate(const FilterElement& filter, const TargetingFacts& facts)
 {
-    const std::wstring_view sid = filter.Value(L"sid");
-    return sid.empty() ? MatchName(filter.Value(L"name"), facts) : MatchSid(sid, facts);
+    const std::wstring_view wanted = filter.Value(L"sid");
+    const std::wstring_view name = filter.Value(L"name");
+    if (wanted.empty())
+        return MatchName(name, facts);
+    if (!IsSid(wanted))
+        return CannotTell(L"the sid is none");
+    if (const auto sid = facts.UserSid())
+        return Matches(*sid == wanted);
+    return name.empty() ? CannotTell(L"the user's sid is not known") : MatchName(name, facts);
 }
 
 } // namespace

@@ -13,8 +13,10 @@ FilterAnswer Evaluate(const FilterElement& filter, const TargetingFacts& facts)
     const std::wstring name(filter.Value(L"variableName"));
     if (name.empty())
         return CannotTell(L"it has no variableName");
-    const std::wstring value = facts.Variable(name).value_or(std::wstring());
-    return Matches(facts.Folded(value) == facts.Folded(filter.Value(L"value")));
+    const VariableFact variable = facts.Variable(name);
+    if (variable.state == VariableFact::State::CannotTell)
+        return CannotTell(L"the variable is not known");
+    return Matches(facts.Folded(variable.value) == facts.Folded(filter.Value(L"value")));
 }
 
 } // namespace

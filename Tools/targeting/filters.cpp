@@ -8,10 +8,11 @@ namespace kx {
 namespace {
 
 constexpr const FilterKind* kKinds[] = {
-    &kComputerFilter,
-    &kFileFilter,
-    &kUserFilter,
-    &kVariableFilter,
+    &kBatteryFilter,  &kComputerFilter, &kCpuFilter,     &kDateFilter,     &kDiskFilter,     &kDomainFilter,
+    &kFileFilter,     &kGroupFilter,    &kIpRangeFilter, &kLanguageFilter, &kLdapFilter,     &kMacRangeFilter,
+    &kOrgUnitFilter,  &kOsFilter,       &kPcCardFilter,  &kPortableFilter, &kProcModeFilter, &kRamFilter,
+    &kRegistryFilter, &kRunOnceFilter,  &kSiteFilter,    &kTerminalFilter, &kTimeFilter,     &kUserFilter,
+    &kVariableFilter, &kWmiFilter,
 };
 
 } // namespace

@@ -36,15 +36,37 @@ struct FilterAnswer {
 struct FilterKind {
     std::wstring_view element;
     std::span<const std::wstring_view> attributes;
-    std::wstring_view expanded; ///< the attribute in which %VARIABLES% are allowed; empty: none
+    std::wstring_view expanded; ///< the attribute in which % may enclose a name; empty: none
     FilterAnswer (*evaluate)(const FilterElement& filter, const TargetingFacts& facts);
 };
 
-// One file each; a new kind is declared here and listed in filters.cpp.
+// One file each, or a small family; a new kind is declared here and listed in filters.cpp.
+extern const FilterKind kBatteryFilter;
 extern const FilterKind kComputerFilter;
+extern const FilterKind kCpuFilter;
+extern const FilterKind kDateFilter;
+extern const FilterKind kDiskFilter;
+extern const FilterKind kDomainFilter;
 extern const FilterKind kFileFilter;
+extern const FilterKind kGroupFilter;
+extern const FilterKind kIpRangeFilter;
+extern const FilterKind kLanguageFilter;
+extern const FilterKind kLdapFilter;
+extern const FilterKind kMacRangeFilter;
+extern const FilterKind kOrgUnitFilter;
+extern const FilterKind kOsFilter;
+extern const FilterKind kPcCardFilter;
+extern const FilterKind kPortableFilter;
+extern const FilterKind kProcModeFilter;
+extern const FilterKind kRamFilter;
+extern const FilterKind kRegistryFilter;
+extern const FilterKind kRunOnceFilter;
+extern const FilterKind kSiteFilter;
+extern const FilterKind kTerminalFilter;
+extern const FilterKind kTimeFilter;
 extern const FilterKind kUserFilter;
 extern const FilterKind kVariableFilter;
+extern const FilterKind kWmiFilter;
 
 /// The kind of filter that the element is, or null where it is none that is known.
 [[nodiscard]] const FilterKind* FindFilterKind(std::wstring_view element);

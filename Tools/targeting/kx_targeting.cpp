@@ -2,7 +2,9 @@
 #include "Common_CPP/atl/kx_atl.h"
 
 #include "Common_CPP/trace/trace_control.h"
+#include "Tools/targeting/facts_reader.h"
 #include "Tools/targeting/settings_file.h"
+#include "Tools/targeting/stated_facts.h"
 #include "Tools/targeting/windows_facts.h"
 
 #include <windows.h>
@@ -32,11 +34,15 @@ class CkxComScope {
     HRESULT _m_result;
 };
 
-DWORD ProcessEntry(const GROUP_POLICY_OBJECTW& entry, const kx::TargetingFacts& facts, const BOOL* abort)
+DWORD ProcessEntry(const GROUP_POLICY_OBJECTW& entry, const kx::TargetingFacts& machine, const BOOL* abort)
 {
     if (entry.lpFileSysPath == nullptr || *entry.lpFileSysPath == L'\0')
         return ERROR_INVALID_PARAMETER;
     CkxTargetingReport report(entry.lpFileSysPath);
+    const kx::FactsFile stated = ReadFactsFile(entry.lpFileSysPath);
+    if (!stated.problem.empty())
+        report.Add(L"the facts file: " + stated.problem);
+    const kx::StatedFacts facts(stated, machine);
     const DWORD error = ProcessSettingsFile(entry.lpFileSysPath, facts, abort, report);
     const DWORD saveError = report.Save();
     return error != ERROR_SUCCESS ? error : saveError;
@@ -48,12 +54,12 @@ DWORD ProcessList(DWORD flags, HANDLE token, const GROUP_POLICY_OBJECTW* changed
     // on a console is not to be disturbed.
     (void)D_ToStream("dbg", false);
     const CkxComScope com;
-    const CkxWindowsFacts facts(token, (flags & GPO_INFO_FLAG_MACHINE) != 0);
+    const CkxWindowsFacts machine(token, flags);
     DWORD result = ERROR_SUCCESS;
     for (; changed != nullptr; changed = changed->pNext) {
         if (abort != nullptr && *abort)
             return ERROR_OPERATION_ABORTED;
-        const DWORD error = ProcessEntry(*changed, facts, abort);
+        const DWORD error = ProcessEntry(*changed, machine, abort);
         if (result == ERROR_SUCCESS)
             result = error;
     }

@@ -38,12 +38,12 @@ ExpandedText ExpandVariables(std::wstring_view text, const TargetingFacts& facts
     std::size_t done = 0;
     while (const auto reference = FindReference(text, done)) {
         const std::wstring name = reference->NameIn(text);
-        const auto value = facts.Variable(name);
-        if (!value) {
+        const VariableFact variable = facts.Variable(name);
+        if (variable.state != VariableFact::State::Set) {
             expanded.unknown = name;
             return expanded;
         }
-        expanded.text.append(text.substr(done, reference->start - done)).append(*value);
+        expanded.text.append(text.substr(done, reference->start - done)).append(variable.value);
         done = reference->start + reference->size;
     }
     expanded.text.append(text.substr(done));

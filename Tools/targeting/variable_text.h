@@ -11,7 +11,7 @@ namespace kx {
 /// A text with its variables replaced.
 struct ExpandedText {
     std::wstring text;
-    std::wstring unknown; ///< the first variable that is not set; empty: all are
+    std::wstring unknown; ///< the first variable that is not set, or not known; empty: all are
 };
 
 /// Replaces each %NAME% by the variable's value. Percent signs that enclose nothing, or have no partner, are

@@ -48,9 +48,10 @@ void kx::EnvironmentTraits::Close(Value value) noexcept
     (void)::DestroyEnvironmentBlock(value);
 }
 
-CkxWindowsFacts::CkxWindowsFacts(HANDLE token, bool machineScope) : _m_user(UserOf(token))
+CkxWindowsFacts::CkxWindowsFacts(HANDLE token, DWORD flags)
+    : _m_token(token), _m_flags(flags), _m_user(UserOf(token))
 {
-    if (!machineScope && !::CreateEnvironmentBlock(_m_variables.Put(), token, FALSE))
+    if ((flags & GPO_INFO_FLAG_MACHINE) == 0 && !::CreateEnvironmentBlock(_m_variables.Put(), token, FALSE))
         _m_variables.Reset();
 }
 
@@ -97,14 +98,15 @@ std::optional<std::wstring> CkxWindowsFacts::_UserVariable(const std::wstring& n
     return std::nullopt;
 }
 
-std::optional<std::wstring> CkxWindowsFacts::Variable(const std::wstring& name) const
+kx::VariableFact CkxWindowsFacts::Variable(const std::wstring& name) const
 {
+    using State = kx::VariableFact::State;
     if (auto value = _UserVariable(name))
-        return value;
+        return {State::Set, *std::move(value)};
     CString value;
     if (!CkxUtil::GetEnvironment(name.c_str(), value))
-        return std::nullopt;
-    return std::wstring(kx::View(value));
+        return {State::NotSet, {}};
+    return {State::Set, std::wstring(kx::View(value))};
 }
 
 kx::FileState CkxWindowsFacts::StateOf(const std::wstring& path) const
