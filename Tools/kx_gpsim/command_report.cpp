@@ -1,6 +1,7 @@
 #include "Tools/kx_gpsim/cli.h"
 #include "Tools/kx_gpsim/commands.h"
 #include "Tools/kx_gpsim/options.h"
+#include "Tools/kx_gpsim/report_html.h"
 #include "Tools/kx_gpsim/report_json.h"
 #include "Tools/kx_gpsim/report_model.h"
 #include "Tools/kx_gpsim/report_text.h"
@@ -19,6 +20,7 @@ constexpr const char* kExamples =
     "Examples:\n"
     "  kx_gpsim report --manifest fernhill.json\n"
     "  kx_gpsim report --scope machine \"01 Fernhill baseline\" \"02 Dairy floor workstations\"\n"
+    "  kx_gpsim report --manifest fernhill.json --html report.html\n"
     "  kx_gpsim report --from run.json --json report.json --out report.txt\n"
     "  kx_gpsim report --manifest fernhill.json --json - | jq .totals\n";
 
@@ -27,10 +29,11 @@ struct ReportOptions {
     bool plan = false;
     std::string from; ///< a saved run; empty: one is made
     std::string json; ///< "-" for standard output; empty: none
+    std::string html; ///< file for the page; empty: none
     std::string out;  ///< file for the text; empty: standard output
     bool text = false;
 
-    [[nodiscard]] bool WantsText() const { return text || !out.empty() || json.empty(); }
+    [[nodiscard]] bool WantsText() const { return text || !out.empty() || (json.empty() && html.empty()); }
 };
 
 void AddReportOptions(CLI::App& command, ReportOptions& options)
@@ -44,7 +47,10 @@ void AddReportOptions(CLI::App& command, ReportOptions& options)
     command.add_option("--json", options.json, "write the report as JSON; - for standard output")
         ->type_name("FILE")
         ->group(output);
-    command.add_flag("--text", options.text, "the text too, where --json is given")->group(output);
+    command.add_option("--html", options.html, "write the report as a page for a browser, in one file")
+        ->type_name("FILE")
+        ->group(output);
+    command.add_flag("--text", options.text, "the text too, where --json or --html is given")->group(output);
     command.add_option("--out", options.out, "write the text to a file instead of standard output")
         ->type_name("FILE")
         ->group(output);
@@ -64,13 +70,16 @@ void WriteOut(std::string_view text, const CkxTerminal& output)
         throw EnvironmentError("standard output cannot be written");
 }
 
-void Render(const Report& report, const ReportOptions& options)
+void Render(const RunResult& run, const ReportOptions& options)
 {
+    const Report report = MakeReport(run);
     const CkxTerminal output(CkxTerminal::Stream::Output);
     if (options.json == "-")
         WriteOut(FormatReportJson(report), output);
     else if (!options.json.empty())
         WriteText(options.json, FormatReportJson(report));
+    if (!options.html.empty())
+        WriteText(options.html, FormatReportHtml(run, report));
     if (!options.out.empty())
         WriteText(options.out, FormatReportText(report));
     else if (options.WantsText())
@@ -84,7 +93,7 @@ ExitCode RunReport(const ReportOptions& options)
     runOptions.call = options.plan ? Call::Plan : Call::Apply;
     const RunResult run =
         options.from.empty() ? RunFrom(runOptions) : ParseRun(ReadText(options.from), options.from);
-    Render(MakeReport(run), options);
+    Render(run, options);
     return HasErrors(run) ? ExitCode::DoneWithErrors : ExitCode::Done;
 }
 

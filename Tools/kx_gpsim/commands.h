@@ -22,5 +22,8 @@ void AddPlanCommand(CLI::App& program, Action& action);
 void AddAppendCommand(CLI::App& program, Action& action);
 void AddReportCommand(CLI::App& program, Action& action);
 void AddListenCommand(CLI::App& program, Action& action);
+void AddExplainCommand(CLI::App& program, Action& action);
+void AddLintCommand(CLI::App& program, Action& action);
+void AddDiffCommand(CLI::App& program, Action& action);
 
 } // namespace kx

@@ -79,6 +79,9 @@ ExitCode Run(std::vector<std::string> arguments)
     kx::AddAppendCommand(program, action);
     kx::AddReportCommand(program, action);
     kx::AddListenCommand(program, action);
+    kx::AddExplainCommand(program, action);
+    kx::AddLintCommand(program, action);
+    kx::AddDiffCommand(program, action);
     try {
         program.parse(std::move(arguments));
     } catch (const CLI::ParseError& error) {

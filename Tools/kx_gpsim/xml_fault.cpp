@@ -78,10 +78,11 @@ class Scanner {
     // "&name;" and nothing else begins with an ampersand.
     void _CheckReferences(std::size_t begin, std::size_t end)
     {
-        for (std::size_t at = _m_text.find('&', begin); at < end && !_m_fault;
-             at = _m_text.find('&', at + 1)) {
-            const std::size_t semicolon = _m_text.find_first_of("; <&\"'\r\n", at + 1);
-            if (semicolon >= end || _m_text[semicolon] != ';' || semicolon == at + 1)
+        const std::string_view text = _m_text.substr(0, end); // never searched beyond: each part once
+        for (std::size_t at = text.find('&', begin); at != text.npos && !_m_fault;
+             at = text.find('&', at + 1)) {
+            const std::size_t semicolon = text.find_first_of("; <&\"'\r\n", at + 1);
+            if (semicolon == text.npos || text[semicolon] != ';' || semicolon == at + 1)
                 _Fail(at, "'&' begins no reference; it is written &amp;");
         }
     }

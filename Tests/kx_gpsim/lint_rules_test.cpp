@@ -1,0 +1,196 @@
+// Each rule finds what it is for, where it is, and nothing else is said about it.
+
+#include "Tests/kx_gpsim/lint_clean_set.h"
+
+#include <gmock/gmock.h>
+
+#include <set>
+
+namespace {
+
+using namespace kx_test;
+using std::string;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+constexpr const char* kPolicies = "1 base/machine/Policies.xml";
+constexpr const char* kGroups = "1 base/machine/ApplicationGroups.xml";
+constexpr const char* kDairy = "2 dairy/machine/Policies.xml";
+constexpr const char* kMigration = "3 move/machine/Migration.xml";
+
+struct Planted {
+    const char* why;
+    const char* file;
+    const char* from; ///< what of the clean file is replaced; "": the whole file, which may be a new one
+    const char* to;
+    const char* ids; ///< of what is found; "": nothing
+    const char* at;  ///< how the text goes on at the place that is named
+};
+
+constexpr Planted kPlanted[] = {
+    {"no version", kPolicies, "GpoPolicies version=\"5\"", "GpoPolicies", "KX1003", "<GpoPolicies>"},
+    {"a version in words", kPolicies, "version=\"5\"", "version=\"five\"", "KX1004", "version="},
+    {"a version with something behind it", kGroups, "version=\"5\"", "version=\"5.0\"", "KX1004", "version="},
+    {"the version of before", kPolicies, "version=\"5\"", "version=\"4\"", "KX1005", "version="},
+    {"a number is read as the extension reads it", kPolicies, "version=\"5\"", "version=\" +5\"", "", ""},
+    {"no order", kPolicies, " order=\"1\"", "", "KX1101", "<Policy name=\"Block"},
+    {"an order in words", kPolicies, "order=\"1\"", "order=\"first\"", "KX1102", "order=\"first"},
+    {"an order with a blank behind it", kPolicies, "order=\"1\"", "order=\"1 \"", "KX1102", "order=\"1 "},
+    {"an empty order", kPolicies, "order=\"1\"", "order=\"\"", "KX1102", "order=\"\""},
+    {"the first order of the next band", kPolicies, "order=\"99999\"", "order=\"100000\"", "KX1103",
+     "order=\"1000"},
+    {"below the band", kPolicies, "order=\"1\"", "order=\"-1\"", "KX1103", "order=\"-1"},
+    {"an order that wraps into the band", kPolicies, "order=\"1\"", "order=\"4294967298\"", "KX1104",
+     "order=\"42"},
+    {"the same order, written in another way", kPolicies, "order=\"99999\"", "order=\"01\"", "KX1105",
+     "order=\"01"},
+    {"no gpid", kPolicies, " gpid=\"{P1}\"", "", "KX1201", "<Policy name=\"Block"},
+    {"no name", kPolicies, " name=\"Elevate updates\"", "", "KX1202", "<Policy gpid=\"{P2}"},
+    {"a gpid again, in another case", kPolicies, "{P2}", "{p1}", "KX1203", "gpid=\"{p1}"},
+    {"a gpid of another GPO", kDairy, "{P4}", "{P1}", "KX1204", "gpid=\"{P1}"},
+    {"a group that no file has", kDairy, "/>",
+     "><Targets>\n<ApplicationGroup id=\"{G1}\"/></Targets></Policy>", "KX1301", "id=\"{G1}"},
+    {"a group whose id is written in another case", kPolicies, "Group id=\"{G2}\"", "Group id=\"{g2}\"",
+     "KX1301", "id=\"{g2}"},
+    {"a group that no policy uses", kPolicies, "<Targets><ApplicationGroup id=\"{G2}\"/></Targets>", "",
+     "KX1302", "<ApplicationGroup id=\"{G2}"},
+    {"a target without an id", kDairy, "/>", "><Targets>\n<ApplicationGroup/></Targets></Policy>", "KX1303",
+     "<ApplicationGroup/>"},
+    {"a group without an id", kGroups, "</App", "<ApplicationGroup name=\"X\"/></App", "KX1303",
+     "<ApplicationGroup name=\"X"},
+    {"a group defined twice", kGroups, "</App", "<ApplicationGroup name=\"X\" id=\"{G2}\"/></App", "KX1304",
+     "id=\"{G2}\"/></App"},
+    {"a group without a name", kGroups, " name=\"Updates\"", "", "KX1305", "<ApplicationGroup id=\"{G2}"},
+    {"no action", kPolicies, " action=\"2\"", "", "KX1401", "<Policy name=\"Block"},
+    {"an action in words", kPolicies, "action=\"2\"", "action=\"block\"", "KX1402", "action=\"block"},
+    {"a migration beside other files", "1 base/user/Migration.xml", "",
+     R"(<AgentParameters version="5" setId="" dispatcherUrl="https://d/"/>)", "KX1501 KX1503", "<Agent"},
+    {"a good migration", kMigration, "",
+     R"(<AgentParameters version="9" setId="{S}" dispatcherUrl="https://d/"/>)", "KX1502", "<Agent"},
+    {"a migration without a target", kMigration, "", R"(<AgentParameters version="5" setId="{S}"/>)",
+     "KX1503", "<Agent"},
+    {"another root", kMigration, "", R"(<Parameters version="5" setId="{S}" dispatcherUrl="https://d/"/>)",
+     "KX1503", "<Param"},
+    {"a migration that is not taken hides nothing", "1 base/user/Migration.xml", "",
+     R"(<AgentParameters version="x" setId="{S}" dispatcherUrl="https://d/"/>)", "KX1004", "version"},
+    {"a filter that is not known", kPolicies, "FilterUser", "FilterMoon", "KX1601", "<FilterMoon"},
+    {"one in a collection", kPolicies, "<FilterUser name=\"*\"/>",
+     "<FilterCollection><FilterUser/><FilterMoon/></FilterCollection>", "KX1601", "<FilterMoon"},
+    {"one without the element around filters", kPolicies, "<Filters><FilterUser name=\"*\"/></Filters>",
+     "<FilterMoon/>", "KX1601", "<FilterMoon"},
+    {"targeting of the GPO", kDairy, "<Policy name",
+     "<ItemLevelTargeting><FilterMoon/></ItemLevelTargeting>\n<Policy name", "KX1601", "<FilterMoon"},
+    {"targeting twice", kPolicies, "</ItemLevelTargeting>", "</ItemLevelTargeting><ItemLevelTargeting/>",
+     "KX1602", "<ItemLevelTargeting/>"},
+    {"two policies' names in one file", kPolicies, "Elevate updates", "BLOCK installers", "KX1701",
+     "name=\"BLOCK"},
+    {"two groups' names", kGroups, "Updates", "installers", "KX1701", "name=\"installers"},
+    {"names in two files", kDairy, "Milk", "greet", "KX1702", "name=\"greet"},
+    {"an element in another case", kDairy, "/>", "><targets/></Policy>", "KX1703", "<targets"},
+    {"a policy in another case", kDairy, "<Policy name", "<policy/><Policy name", "KX1703", "<policy/>"},
+    {"an attribute in another case, which is not missing too", kPolicies, " order=\"1\"", " Order=\"1\"",
+     "KX1703", "Order="},
+    {"a policy that is commented out", kDairy, "<Policy name", "<!-- <Policy/> --><Policy name", "", ""},
+};
+
+SetTexts Plant(const Planted& planted)
+{
+    SetTexts texts = CleanTexts();
+    string& text = texts[planted.file];
+    const string from = planted.from;
+    if (from.empty()) {
+        text = planted.to;
+        return texts;
+    }
+    const std::size_t at = text.find(from);
+    EXPECT_NE(at, string::npos) << planted.why;
+    text.replace(at, from.size(), planted.to);
+    return texts;
+}
+
+TEST(LintRules, SayNothingAboutACleanSet)
+{
+    const kx::LintReport report = kx::Lint(InputOf(CleanTexts()));
+    EXPECT_THAT(Ids(report), IsEmpty());
+    EXPECT_EQ(report.files.size(), CleanTexts().size());
+}
+
+string TextAt(const string& text, int line, int column)
+{
+    std::size_t start = 0;
+    for (int i = 1; i < line; ++i)
+        start = text.find('\n', start) + 1;
+    return text.substr(start + static_cast<std::size_t>(column) - 1);
+}
+
+TEST(LintRules, FindEachPlantedFaultAlone)
+{
+    for (const Planted& planted : kPlanted) {
+        SCOPED_TRACE(planted.why);
+        const SetTexts texts = Plant(planted);
+        string ids;
+        for (const kx::LintFinding& finding : kx::Lint(InputOf(texts)).findings) {
+            ids.append(ids.empty() ? "" : " ").append(finding.rule->id);
+            EXPECT_EQ(finding.file, finding.rule->id == "KX1302" ? kGroups : planted.file);
+            EXPECT_THAT(TextAt(texts.at(finding.file), finding.line, finding.column),
+                        testing::StartsWith(planted.at));
+        }
+        EXPECT_EQ(ids, planted.ids);
+    }
+}
+
+TEST(LintRules, AGpoAsAWhole)
+{
+    kx::LintInput input = InputOf(CleanTexts());
+    input.gpos[1].folders[0].version = 0;
+    EXPECT_THAT(Ids(kx::Lint(input)), ElementsAre("KX1006 0:0")) << "the engine leaves it out";
+
+    input = InputOf(CleanTexts());
+    input.gpos.push_back({"3 empty", "", "3 empty", {}});
+    EXPECT_THAT(Ids(kx::Lint(input)), ElementsAre("KX1007 0:0"));
+
+    input.gpos.back() = {"2 DAIRY", "", "2 DAIRY", {}};
+    EXPECT_THAT(Ids(kx::Lint(input)), ElementsAre("KX1007 0:0", "KX1008 0:0")) << "names ignore case";
+}
+
+TEST(LintRules, AFileThatHasNoContentSaysNothingAboutOthers)
+{
+    kx::LintInput input = InputOf(CleanTexts());
+    kx::LintFile& policies = input.gpos[0].folders[0].files[1];
+    ASSERT_EQ(policies.path, kPolicies);
+    policies.root.reset();
+    policies.fault = kx::LintFault{false, {7, 3}, "a tag never ends"};
+    EXPECT_THAT(Ids(kx::Lint(input)), ElementsAre("KX1001 7:3"))
+        << "groups may be used by what cannot be read";
+
+    input = InputOf(CleanTexts());
+    kx::LintFile& groups = input.gpos[0].folders[0].files[0];
+    groups.root.reset();
+    groups.fault = kx::LintFault{true, {}, "Access denied"};
+    EXPECT_THAT(Ids(kx::Lint(input)), ElementsAre("KX1002 0:0")) << "groups may be defined there";
+}
+
+TEST(LintRules, PoliciesOfTwoGposMeetOnlyWhereOneCrosses)
+{
+    SetTexts texts = CleanTexts();
+    string& text = texts[kDairy];
+    text.replace(text.find("order=\"1\""), 9, "order=\"100001\"");
+    const kx::LintReport report = kx::Lint(InputOf(texts));
+    EXPECT_THAT(Ids(report), ElementsAre("KX1103 2:35", "KX1106 2:35"));
+    EXPECT_THAT(report.findings.back().message,
+                testing::HasSubstr("line 2 of Policies.xml of 1 base (machine)"));
+}
+
+TEST(LintRules, EveryIdIsPlantedSomewhere)
+{
+    std::set<string> planted{"KX1001", "KX1002", "KX1006", "KX1007", "KX1008", "KX1106"}; // those above
+    for (const Planted& each : kPlanted)
+        for (std::size_t at = 0; (at = string(each.ids).find("KX", at)) != string::npos; ++at)
+            planted.insert(string(each.ids).substr(at, 6));
+    for (const kx::LintRule& rule : kx::LintRules())
+        EXPECT_TRUE(planted.contains(string(rule.id))) << rule.id;
+    EXPECT_TRUE(std::is_sorted(kx::LintRules().begin(), kx::LintRules().end(),
+                               [](const auto& a, const auto& b) { return a.id < b.id; }));
+}
+
+} // namespace
