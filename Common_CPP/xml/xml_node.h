@@ -70,11 +70,13 @@ class CkxXMLNode {
 
     /// False, without a trace line, when the attribute is absent.
     [[nodiscard]] bool GetAttribute(const wchar_t* name, CString& value) const;
+
     /// The same without a copy.
     [[nodiscard]] bool GetAttribute(const wchar_t* name, CComBSTR& value) const
     {
         return _ReadAttribute(name, value);
     }
+
     /// The same, in the only copy of it outside the parser.
     [[nodiscard]] bool GetAttribute(const wchar_t* name, CkxSecretText& value) const;
     /// False, without a trace line, when the attribute is absent or no such value. Numbers are decimal.

@@ -59,6 +59,7 @@ bool LacksDeviceNames()
 bool HasDeviceNames()
 {
     enum Answer : int { kUnknown, kYes, kNo };
+
     static constinit std::atomic<int> answer{kUnknown}; // no guard, which would keep an event for itself
     if (answer == kUnknown)
         answer = LacksDeviceNames() ? kNo : kYes;
