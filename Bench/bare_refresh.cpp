@@ -152,17 +152,18 @@ CComPtr<IXMLDOMElement> CkxBareRefresh::_LoadRoot(const CkxListedGpo& gpo, kx::P
 
 void CkxBareRefresh::_MovePolicies(IXMLDOMElement* from, IXMLDOMNode* to, int precedence, int count) const
 {
-    CComPtr<IXMLDOMNode> next;
-    (void)from->get_firstChild(&next);
-    while (next) {
-        const CComPtr<IXMLDOMNode> node = std::move(next);
+    CComPtr<IXMLDOMNode> node;
+    (void)from->get_firstChild(&node);
+    while (node) {
+        CComPtr<IXMLDOMNode> next; // taken before the node moves away
         (void)node->get_nextSibling(&next);
         CComBSTR name;
         Must(node->get_nodeName(&name));
-        if (std::wcscmp(name, _m_policy) != 0)
-            continue;
-        _SetOrder(node, precedence, count);
-        Must(to->appendChild(node, nullptr));
+        if (std::wcscmp(name, _m_policy) == 0) {
+            _SetOrder(node, precedence, count);
+            Must(to->appendChild(node, nullptr));
+        }
+        node = next;
     }
 }
 
