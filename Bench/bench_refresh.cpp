@@ -19,8 +19,7 @@ constexpr double kMostToPlain = 1.0;
 constexpr double kMostToFastest = 1.3;
 constexpr double kMostForTenfold = 12; // ten times the policies
 constexpr double kMostGpoGrowth = 1.3;
-constexpr std::size_t kMostByMeaning =
-    4 * 1000 * 1000; // characters; larger documents are compared by content
+constexpr std::size_t kMostByMeaning = 4'000'000; // characters; larger documents are compared by content
 
 struct Size {
     const char* name;

@@ -14,7 +14,6 @@ namespace {
 
 using namespace kx_test;
 using std::string;
-using testing::ElementsAre;
 using testing::HasSubstr;
 
 // An error in one file, a note in another whose name and text need care.
