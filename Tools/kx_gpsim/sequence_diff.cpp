@@ -60,6 +60,7 @@ class BestRuns {
 std::vector<std::size_t> RanksOf(const std::vector<SequenceItem>& items)
 {
     std::vector<std::size_t> places;
+    places.reserve(items.size());
     for (const SequenceItem& item : items)
         places.push_back(item.otherPlace);
     std::vector<std::size_t> sorted = places;

@@ -98,7 +98,7 @@ void AddStep(const TraceLine& line, TraceStep& step)
         step.step = Step::Sending;
     else if (HasWord(line, "missing 'order' attribute"))
         step.step = Step::Order;
-    else if (HasWord(line, "Unsupported version"))
+    else if (HasWord(line, "Unsupported version") || HasWord(line, "Failed to process polcies"))
         step.step = Step::Version;
     else if (line.IsFrom("gp_xml_migration") || HasWord(line, "igration command"))
         step.step = Step::Migration;
@@ -106,8 +106,6 @@ void AddStep(const TraceLine& line, TraceStep& step)
         step.step = Step::Load;
     else if (line.IsFrom("rsop_log") || line.IsFrom("gp_config_map"))
         AddLogged(line, step);
-    else if (HasWord(line, "Failed to process polcies"))
-        step.step = Step::Version;
 }
 
 // Goes through the lines and keeps which GPO they belong to.
