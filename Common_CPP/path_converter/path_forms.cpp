@@ -1,5 +1,7 @@
 #include "Common_CPP/path_converter/path_forms.h"
 
+#include "Common_CPP/util/ascii_case.h"
+
 #include <algorithm>
 #include <cstddef>
 #include <utility>
@@ -13,19 +15,12 @@ constexpr int c_mostLinks = 32;
 constexpr std::string_view c_devicePrefix = "\\Device\\";
 constexpr std::string_view c_sharesRoot = "\\Device\\Mup\\";
 
-template <class Char>
-constexpr Char Lower(Char character) noexcept
-{
-    return character >= Char{'A'} && character <= Char{'Z'} ? static_cast<Char>(character + ('a' - 'A'))
-                                                            : character;
-}
-
 template <class Char, class Other>
 bool StartsWith(std::basic_string_view<Char> text, std::basic_string_view<Other> start) noexcept
 {
     return text.size() >= start.size() &&
            std::equal(start.begin(), start.end(), text.begin(),
-                      [](Other a, Char b) { return Lower(static_cast<Char>(a)) == Lower(b); });
+                      [](Other a, Char b) { return LowerAscii(static_cast<Char>(a)) == LowerAscii(b); });
 }
 
 template <class Char>
@@ -74,8 +69,8 @@ std::size_t ComponentSize(std::basic_string_view<Char> text, PathPrefix prefix) 
 template <class Char>
 bool StartsWithLetter(std::basic_string_view<Char> text) noexcept
 {
-    return text.size() >= 2 && text[1] == Char{':'} && Lower(text[0]) >= Char{'a'} &&
-           Lower(text[0]) <= Char{'z'};
+    return text.size() >= 2 && text[1] == Char{':'} && LowerAscii(text[0]) >= Char{'a'} &&
+           LowerAscii(text[0]) <= Char{'z'};
 }
 
 template <class Char>

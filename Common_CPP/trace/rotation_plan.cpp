@@ -1,5 +1,7 @@
 #include "Common_CPP/trace/rotation_plan.h"
 
+#include "Common_CPP/util/ascii_case.h"
+
 #include "Common_CPP/trace/text_builder.h"
 
 #include <algorithm>
@@ -18,15 +20,10 @@ bool IsDigit(char c) noexcept
     return c >= '0' && c <= '9';
 }
 
-char Lower(char c) noexcept
-{
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
-
 // The same file name or folder, as far as ASCII goes.
 bool IsSame(std::string_view a, std::string_view b) noexcept
 {
-    const auto plain = [](char c) { return c == '\\' ? '/' : Lower(c); };
+    const auto plain = [](char c) { return c == '\\' ? '/' : LowerAscii(c); };
     return std::equal(a.begin(), a.end(), b.begin(), b.end(),
                       [&](char x, char y) { return plain(x) == plain(y); });
 }
@@ -149,7 +146,7 @@ bool RotatedNames::_Fits(const Piece& piece, std::string_view text) noexcept
     if (piece.kind == Piece::Kind::Time)
         return std::all_of(text.begin(), text.end(), IsDigit);
     return std::equal(piece.text.begin(), piece.text.end(), text.begin(), text.end(),
-                      [](char a, char b) { return Lower(a) == Lower(b); });
+                      [](char a, char b) { return LowerAscii(a) == LowerAscii(b); });
 }
 
 std::optional<std::uint32_t> RotatedNames::NumberOf(std::string_view name) const noexcept

@@ -1,5 +1,7 @@
 #include "Common_CPP/trace/rule_table.h"
 
+#include "Common_CPP/util/ascii_case.h"
+
 namespace kx {
 
 std::string_view FileBase(std::string_view path, std::span<char> buffer) noexcept
@@ -7,8 +9,7 @@ std::string_view FileBase(std::string_view path, std::span<char> buffer) noexcep
     if (const std::size_t slash = path.find_last_of("/\\"); slash != std::string_view::npos)
         path.remove_prefix(slash + 1);
     const std::string_view base = path.substr(0, path.find('.')).substr(0, buffer.size());
-    std::transform(base.begin(), base.end(), buffer.begin(),
-                   [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
+    std::transform(base.begin(), base.end(), buffer.begin(), [](char c) { return LowerAscii(c); });
     return {buffer.data(), base.size()};
 }
 

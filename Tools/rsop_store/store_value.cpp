@@ -1,5 +1,7 @@
 #include "Tools/rsop_store/store_value.h"
 
+#include "Common_CPP/util/ascii_case.h"
+
 #include <algorithm>
 #include <iterator>
 #include <limits>
@@ -42,15 +44,9 @@ const TypeRow* FindType(CimType type)
     return row == std::end(kTypes) ? nullptr : row;
 }
 
-wchar_t Fold(wchar_t character)
-{
-    return character >= L'A' && character <= L'Z' ? static_cast<wchar_t>(character + (L'a' - L'A'))
-                                                  : character;
-}
-
 bool IsLetter(wchar_t character)
 {
-    return (Fold(character) >= L'a' && Fold(character) <= L'z') || character >= 0x80;
+    return (LowerAscii(character) >= L'a' && LowerAscii(character) <= L'z') || character >= 0x80;
 }
 
 bool IsDigit(wchar_t character)
@@ -141,8 +137,8 @@ int CompareIgnoringCase(std::wstring_view one, std::wstring_view other)
 {
     const std::size_t common = std::min(one.size(), other.size());
     for (std::size_t i = 0; i < common; ++i) {
-        const wchar_t a = Fold(one[i]);
-        const wchar_t b = Fold(other[i]);
+        const wchar_t a = LowerAscii(one[i]);
+        const wchar_t b = LowerAscii(other[i]);
         if (a != b)
             return a < b ? -1 : 1;
     }
@@ -153,9 +149,7 @@ int CompareIgnoringCase(std::wstring_view one, std::wstring_view other)
 
 std::wstring FoldedName(std::wstring_view name)
 {
-    std::wstring folded(name);
-    std::transform(folded.begin(), folded.end(), folded.begin(), Fold);
-    return folded;
+    return LowerAscii(name);
 }
 
 bool IsValidName(std::wstring_view name)

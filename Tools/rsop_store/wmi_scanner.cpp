@@ -1,5 +1,7 @@
 #include "Tools/rsop_store/wmi_scanner.h"
 
+#include "Common_CPP/util/ascii_case.h"
+
 #include <algorithm>
 #include <limits>
 
@@ -10,11 +12,6 @@ bool IsDigit(wchar_t character) noexcept
     return character >= L'0' && character <= L'9';
 }
 
-wchar_t Lower(wchar_t character) noexcept
-{
-    return character >= L'A' && character <= L'Z' ? static_cast<wchar_t>(character - L'A' + L'a') : character;
-}
-
 } // namespace
 
 namespace kx {
@@ -22,12 +19,12 @@ namespace kx {
 bool SameName(std::wstring_view a, std::wstring_view b) noexcept
 {
     return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                      [](wchar_t x, wchar_t y) { return Lower(x) == Lower(y); });
+                      [](wchar_t x, wchar_t y) { return LowerAscii(x) == LowerAscii(y); });
 }
 
 bool IsNameCharacter(wchar_t character) noexcept
 {
-    const wchar_t lower = Lower(character);
+    const wchar_t lower = LowerAscii(character);
     return IsDigit(character) || (lower >= L'a' && lower <= L'z') || character == L'_' || character >= 0x80;
 }
 

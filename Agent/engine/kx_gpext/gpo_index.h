@@ -1,6 +1,7 @@
 #pragma once
 
-#include <algorithm>
+#include "Common_CPP/util/ascii_case.h"
+
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -15,24 +16,14 @@ class GpoIndex {
     /// The first value added under `name`, or null.
     [[nodiscard]] const Value* Find(std::wstring_view name) const
     {
-        const auto found = _m_values.find(Folded(name));
+        const auto found = _m_values.find(LowerAscii(name));
         return found == _m_values.end() ? nullptr : &found->second;
     }
 
     /// Keeps the value that the name has already, if any.
-    void Add(std::wstring_view name, const Value& value) { _m_values.try_emplace(Folded(name), value); }
+    void Add(std::wstring_view name, const Value& value) { _m_values.try_emplace(LowerAscii(name), value); }
 
   private:
-    static std::wstring Folded(std::wstring_view name)
-    {
-        std::wstring folded(name);
-        std::transform(folded.begin(), folded.end(), folded.begin(), [](wchar_t character) {
-            const bool upper = character >= L'A' && character <= L'Z';
-            return upper ? static_cast<wchar_t>(character - L'A' + L'a') : character;
-        });
-        return folded;
-    }
-
     std::unordered_map<std::wstring, Value> _m_values;
 };
 
