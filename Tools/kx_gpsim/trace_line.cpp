@@ -135,7 +135,44 @@ std::string FileOf(std::string_view message, bool migration)
     return migration ? "Migration.xml" : "Policies.xml";
 }
 
+// 'd' stands for a digit, all else for itself.
+bool BeginsAs(std::string_view text, std::string_view form)
+{
+    if (text.size() < form.size())
+        return false;
+    for (std::size_t at = 0; at < form.size(); ++at) {
+        const bool isDigit = text[at] >= '0' && text[at] <= '9';
+        if (form[at] == 'd' ? !isDigit : text[at] != form[at])
+            return false;
+    }
+    return true;
+}
+
+int NumberAt(std::string_view text, std::size_t at, std::size_t size)
+{
+    int number = 0;
+    for (const char digit : text.substr(at, size))
+        number = number * 10 + (digit - '0');
+    return number;
+}
+
 } // namespace
+
+std::optional<std::int64_t> CutTraceTime(std::string_view& line)
+{
+    constexpr std::string_view date = "dddd-dd-dd ";
+    constexpr std::string_view time = "dd:dd:dd.ddd ";
+    std::string_view rest = line;
+    if (BeginsAs(rest, date))
+        rest.remove_prefix(date.size());
+    if (!BeginsAs(rest, time))
+        return std::nullopt;
+    const std::int64_t seconds =
+        (NumberAt(rest, 0, 2) * 60 + NumberAt(rest, 3, 2)) * 60 + NumberAt(rest, 6, 2);
+    const std::int64_t milliseconds = NumberAt(rest, 9, 3);
+    line = rest.substr(time.size());
+    return seconds * 1000 + milliseconds;
+}
 
 TraceLine ParseTraceLine(std::string_view line)
 {

@@ -2,6 +2,8 @@
 
 #include "Tools/kx_gpsim/run_result.h"
 
+#include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -21,6 +23,10 @@ struct TraceLine {
 };
 
 [[nodiscard]] TraceLine ParseTraceLine(std::string_view line);
+
+/// Takes a time of day, and a date before it, off the line's beginning: "[yyyy-mm-dd ]HH:MM:SS.mmm ". Gives
+/// the milliseconds since midnight; none, and the line stays, where it does not begin so.
+[[nodiscard]] std::optional<std::int64_t> CutTraceTime(std::string_view& line);
 
 /// How a line about targeting concerns an evaluation.
 enum class TargetingLine {

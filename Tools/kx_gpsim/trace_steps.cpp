@@ -11,44 +11,6 @@ namespace {
 
 constexpr std::size_t kNowhere = std::string_view::npos;
 
-// 'd' stands for a digit, all else for itself.
-bool BeginsAs(std::string_view text, std::string_view form)
-{
-    if (text.size() < form.size())
-        return false;
-    for (std::size_t at = 0; at < form.size(); ++at) {
-        const bool isDigit = text[at] >= '0' && text[at] <= '9';
-        if (form[at] == 'd' ? !isDigit : text[at] != form[at])
-            return false;
-    }
-    return true;
-}
-
-int NumberAt(std::string_view text, std::size_t at, std::size_t size)
-{
-    int number = 0;
-    for (const char digit : text.substr(at, size))
-        number = number * 10 + (digit - '0');
-    return number;
-}
-
-// Takes the time, and a date before it, off the line.
-std::optional<std::int64_t> CutTime(std::string_view& line)
-{
-    constexpr std::string_view date = "dddd-dd-dd ";
-    constexpr std::string_view time = "dd:dd:dd.ddd ";
-    std::string_view rest = line;
-    if (BeginsAs(rest, date))
-        rest.remove_prefix(date.size());
-    if (!BeginsAs(rest, time))
-        return std::nullopt;
-    const std::int64_t seconds =
-        (NumberAt(rest, 0, 2) * 60 + NumberAt(rest, 3, 2)) * 60 + NumberAt(rest, 6, 2);
-    const std::int64_t milliseconds = NumberAt(rest, 9, 3);
-    line = rest.substr(time.size());
-    return seconds * 1000 + milliseconds;
-}
-
 // "Name=[text], more" or "Path=[text], Value=[...": a name may have brackets of its own.
 std::string Bracketed(std::string_view message, std::string_view before, std::string_view after)
 {
@@ -120,7 +82,7 @@ class Reader {
         std::string_view text = _m_pass.trace[number];
         TraceStep step;
         step.line = number;
-        step.timeOfDay = CutTime(text);
+        step.timeOfDay = CutTraceTime(text);
         const TraceLine line = ParseTraceLine(text);
         step.severity = line.severity;
         if (line.message.starts_with("   DeletedGPOList") || line.message.starts_with("   ChangedGPOList")) {
