@@ -89,19 +89,6 @@ Json GpoJson(const ReportGpo& gpo)
             {"complaints", ListOf(gpo.complaints, ComplaintJson)}};
 }
 
-const char* StandingKey(Standing standing)
-{
-    switch (standing) {
-    case Standing::First:
-        return "first";
-    case Standing::Later:
-        return "later";
-    case Standing::Only:
-        break;
-    }
-    return "only";
-}
-
 Json PolicyJson(const ReportPolicy& policy)
 {
     return {{"pass", policy.pass},
@@ -112,7 +99,7 @@ Json PolicyJson(const ReportPolicy& policy)
             {"order", policy.order},
             {"groups", policy.groups},
             {"recorded", policy.recorded},
-            {"standing", StandingKey(policy.standing)},
+            {"standing", StandingName(policy.standing)},
             {"xml", TextOrNull(policy.xml)}};
 }
 

@@ -66,6 +66,19 @@ ReportTotals TotalsOf(const Report& report)
 
 } // namespace
 
+const char* StandingName(Standing standing)
+{
+    switch (standing) {
+    case Standing::First:
+        return "first";
+    case Standing::Later:
+        return "later";
+    case Standing::Only:
+        break;
+    }
+    return "only";
+}
+
 Report MakeReport(const RunResult& run)
 {
     const SecretPaths secrets(run);

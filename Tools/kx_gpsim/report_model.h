@@ -57,6 +57,9 @@ enum class Standing {
     Later
 };
 
+/// "only", "first", "later".
+[[nodiscard]] const char* StandingName(Standing standing);
+
 /// A policy that the agent got, or in planning would get.
 struct ReportPolicy {
     std::size_t pass = 0;

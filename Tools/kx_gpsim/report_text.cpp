@@ -70,15 +70,7 @@ std::string GposSection(const Report& report, const TextStyle& style)
 
 std::string StandingText(Standing standing)
 {
-    switch (standing) {
-    case Standing::First:
-        return "first";
-    case Standing::Later:
-        return "later";
-    case Standing::Only:
-        break;
-    }
-    return {};
+    return standing == Standing::Only ? std::string() : StandingName(standing);
 }
 
 std::string Joined(const std::vector<std::string>& texts)
