@@ -1,8 +1,7 @@
 // What logging policies in WMI costs: the logger, tracing at its default into a file, beside a bare program
 // that defines the same classes, makes the same puts, takes the same text of each policy and appends one line
-// to a file. Both write
-// into stores in memory, which are as fast for both; each round's store is new, and neither making it nor
-// dropping it counts.
+// to a file. Both write into stores in memory; each round's store is new, and neither making it nor dropping
+// it counts.
 #include "Agent/engine/kx_gpext/rsop_log.h"
 #include "Agent/engine/kx_gpext/rsop_schema.h"
 #include "Bench/bench_report.h"

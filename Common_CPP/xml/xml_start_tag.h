@@ -7,7 +7,7 @@
 namespace kx {
 
 /// Reads an attribute from the start tag that `xml` begins with, as the parser writes it: where the text is
-/// at hand anyway, a tenth of what asking the parser costs. References to characters are resolved. False when
+/// at hand anyway, cheaper than asking the parser. References to characters are resolved. False when
 /// the tag has no such attribute, or is none; `value` is then unspecified. Char is char16_t or wchar_t.
 /// Throws what the string throws without memory.
 template <class Char>

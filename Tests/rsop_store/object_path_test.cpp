@@ -24,7 +24,7 @@ const Row c_rows[] = {
     {"class of a machine", L"\\\\pc-1.lab\\root\\rsop:A", {L"pc-1.lab", L"root\\rsop", L"A", false, {}}, L""},
     {"this machine", L"\\\\.\\root\\rsop:A.k=1", {L".", L"root\\rsop", L"A", true, {{L"k", Number{1}}}}, L""},
     {"slashes",
-     L"//pc/root/rsop\\computer:A",
+     L"//pc/ROOT/rsop\\computer:A",
      {L"pc", L"root\\rsop\\computer", L"A", false, {}},
      L"\\\\pc\\root\\rsop\\computer:A"},
     {"part of a namespace with a digit first", L"root\\7x:A", {L"", L"root\\7x", L"A", false, {}}, L""},
