@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <algorithm>
 #include <cstring>
 #include <new>
 
@@ -45,6 +46,11 @@ bool Grow(std::size_t used, std::size_t needed) noexcept
 bool IsHighSurrogate(wchar_t unit) noexcept
 {
     return unit >= 0xD800 && unit <= 0xDBFF;
+}
+
+bool IsAscii(std::wstring_view text) noexcept
+{
+    return std::all_of(text.begin(), text.end(), [](wchar_t unit) { return unit < 0x80; });
 }
 
 bool IsConvertible(std::wstring_view text) noexcept
@@ -97,8 +103,24 @@ D_Line_c& D_Line_c::operator<<(const wchar_t* text) noexcept
     return text ? *this << std::wstring_view(text) : *this << "<NULL>";
 }
 
+// The usual text, which is not worth the system's conversion.
+void D_Line_c::_AppendAscii(std::wstring_view text) noexcept
+{
+    while (!text.empty()) {
+        const std::wstring_view piece = text.substr(0, sizeof g_initial);
+        std::transform(piece.begin(), piece.end(), _Reserve(piece.size()),
+                       [](wchar_t unit) { return static_cast<char>(unit); });
+        _m_size += piece.size();
+        text.remove_prefix(piece.size());
+    }
+}
+
 D_Line_c& D_Line_c::operator<<(std::wstring_view text) noexcept
 {
+    if (IsAscii(text)) {
+        _AppendAscii(text);
+        return *this;
+    }
     if (!IsConvertible(text))
         return *this << kUnconvertible;
     while (!text.empty()) {

@@ -73,6 +73,7 @@ class D_Line_c {
     [[nodiscard]] std::string_view Text() const noexcept;
 
   private:
+    void _AppendAscii(std::wstring_view text) noexcept;
     [[nodiscard]] char* _Reserve(std::size_t size) noexcept;
 
     std::uint32_t _m_lastError;
