@@ -7,17 +7,16 @@ namespace kx {
 
 namespace {
 
-template <class Char>
-bool IsSpace(Char character)
-{
+// An object, so that the searches that it is handed to take it in.
+constexpr auto IsSpace = [](auto character) {
     return character == ' ' || character == '\t' || character == '\r' || character == '\n';
-}
+};
 
 template <class Char>
 void SkipSpaces(std::basic_string_view<Char>& text)
 {
     text.remove_prefix(
-        static_cast<std::size_t>(std::find_if_not(text.begin(), text.end(), IsSpace<Char>) - text.begin()));
+        static_cast<std::size_t>(std::find_if_not(text.begin(), text.end(), IsSpace) - text.begin()));
 }
 
 // Takes what stands before the first `mark`, and the mark. False where there is none.
@@ -111,7 +110,7 @@ std::basic_string_view<Char> AttributeName(std::basic_string_view<Char> text)
     const auto isNoName = [](Char character) { return character == '>' || character == '/'; };
     if (std::any_of(text.begin(), text.end(), isNoName))
         return {};
-    const auto end = std::find_if(text.begin(), text.end(), IsSpace<Char>);
+    const auto end = std::find_if(text.begin(), text.end(), IsSpace);
     return text.substr(0, static_cast<std::size_t>(end - text.begin()));
 }
 
