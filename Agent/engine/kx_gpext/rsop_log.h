@@ -63,7 +63,7 @@ class CkxRsopLog {
                                      CkxRsopLogGroups& groups);
     [[nodiscard]] static bool _ReadAction(const CkxKxGroupPolicyObject& gpo, const CkxXMLNode& policy,
                                           int& action);
-    [[nodiscard]] static bool _ReadSetting(const CkxKxGroupPolicyObject& gpo, RsopPolicySettingData& setting);
+    [[nodiscard]] bool _ReadSetting(const CkxKxGroupPolicyObject& gpo, RsopPolicySettingData& setting);
     [[nodiscard]] HRESULT _LogPolicySetting(const CkxKxGroupPolicyObject& gpo,
                                             const RsopPolicySettingData& setting);
     [[nodiscard]] HRESULT _InsertConfigurationToMap(const CkxKxGroupPolicyObject& gpo,
@@ -90,4 +90,5 @@ class CkxRsopLog {
     HRESULT _m_schemaResult = S_FALSE;
     CkxGpConfigMap _m_configMap;
     std::unordered_map<const GROUP_POLICY_OBJECTW*, GpoTexts> _m_gpoTexts; ///< entries outlive this object
+    std::wstring _m_value; ///< an attribute while it is read; kept for its memory
 };

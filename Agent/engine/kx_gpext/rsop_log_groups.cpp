@@ -1,7 +1,8 @@
 #include "Agent/engine/kx_gpext/rsop_log_groups.h"
 
 #include "Common_CPP/trace/trace.h"
-#include "Common_CPP/util/util.h"
+
+#include <utility>
 
 KXT_CLASS("CkxRsopLog");
 
@@ -40,39 +41,41 @@ void CkxRsopLogGroups::_SetNameToGroup(const CkxXMLNode& policy, const CkxXMLNod
 {
     CComBSTR id;
     const bool hasId = group.GetAttribute(L"id", id);
-    const Name* const name = hasId ? _Find({id.m_str, id.Length()}) : nullptr;
-    if (name && *name && group.SetAttribute(L"name", name->value()))
+    const Definition* const definition = hasId ? _Find({id.m_str, id.Length()}) : nullptr;
+    if (definition && definition->name && group.SetAttribute(L"name", definition->name))
         return;
     const CString policyName = NameOf(policy);
     if (!hasId)
         KXT_OUT(KXT_ERROR, "ERROR: policy " << policyName << " contains group without id ");
-    else if (!name)
+    else if (!definition)
         KXT_OUT(KXT_ERROR, "ERROR: policy " << policyName << " contains group id " << id.m_str
                                             << " which is not found in AppGroups");
-    else if (!*name)
+    else if (!definition->name)
         KXT_OUT(KXT_ERROR, "ERROR: group id " << id.m_str << " has no name");
     else
         KXT_OUT(KXT_ERROR, "ERROR: policy " << policyName << ": error setting name to group id " << id.m_str);
 }
 
-const CkxRsopLogGroups::Name* CkxRsopLogGroups::_Find(std::wstring_view id)
+const CkxRsopLogGroups::Definition* CkxRsopLogGroups::_Find(std::wstring_view id)
 {
     if (!_m_read)
         _ReadDefinitions();
-    const auto found = _m_names.find(id);
-    return found == _m_names.end() ? nullptr : &found->second;
+    const auto found = _m_definitions.find(id);
+    return found == _m_definitions.end() ? nullptr : &found->second;
 }
 
 // Of two definitions with one id the first counts. An id that holds a quotation mark names no group.
 void CkxRsopLogGroups::_ReadDefinitions()
 {
-    ForEachChild(_m_root, L"ApplicationGroup", [&](const CkxXMLNode& definition) {
-        CString id;
-        CString name;
-        if (!definition.GetAttribute(L"id", id) || id.Find(L'"') >= 0)
+    ForEachChild(_m_root, L"ApplicationGroup", [&](const CkxXMLNode& group) {
+        Definition definition;
+        if (!group.GetAttribute(L"id", definition.id))
             return;
-        const bool named = definition.GetAttribute(L"name", name);
-        _m_names.try_emplace(std::wstring(kx::View(id)), named ? Name(name) : Name());
+        const std::wstring_view id(definition.id.m_str, definition.id.Length());
+        if (id.find(L'"') != id.npos)
+            return;
+        (void)group.GetAttribute(L"name", definition.name);
+        _m_definitions.try_emplace(id, std::move(definition));
     });
     _m_read = true;
 }

@@ -1,10 +1,8 @@
 #pragma once
 
+#include "Common_CPP/atl/kx_atl.h"
 #include "Common_CPP/xml/xml_node.h"
 
-#include <functional>
-#include <optional>
-#include <string>
 #include <string_view>
 #include <unordered_map>
 
@@ -20,23 +18,16 @@ class CkxRsopLogGroups {
     void SetNamesToGroups(const CkxXMLNode& policy);
 
   private:
-    using Name = std::optional<CString>; ///< empty where the definition has no name
-
-    /// Lets an id be looked up without making a string of it.
-    struct ViewHash {
-        using is_transparent = void;
-
-        std::size_t operator()(std::wstring_view text) const noexcept
-        {
-            return std::hash<std::wstring_view>{}(text);
-        }
+    struct Definition {
+        CComBSTR id;
+        CComBSTR name; ///< null where it has none
     };
 
     void _SetNameToGroup(const CkxXMLNode& policy, const CkxXMLNode& group);
-    [[nodiscard]] const Name* _Find(std::wstring_view id);
+    [[nodiscard]] const Definition* _Find(std::wstring_view id);
     void _ReadDefinitions();
 
     CkxXMLNode _m_root;
     bool _m_read = false;
-    std::unordered_map<std::wstring, Name, ViewHash, std::equal_to<>> _m_names;
+    std::unordered_map<std::wstring_view, Definition> _m_definitions; ///< the keys look into their ids
 };
