@@ -99,9 +99,9 @@ void LogOurs(Stage& stage)
     gpo.ReadPoliciesFileTime(gpo.Folder());
     CkxRsopLog log(stage.store.Services(), true);
     CkxRsopLogGroups groups(stage.groupsRoot);
-    CkxXMLNode policy;
-    for (bool more = stage.root.GetFirstChild(L"Policy", policy); more;
-         more = policy.GetNextSibling(L"Policy", policy))
+    CkxXMLNode policy; // which the caller has at hand: finding it is no part of logging, on neither side
+    for (bool more = stage.root.GetFirstChild(NODE_ELEMENT, policy); more;
+         more = policy.GetNextSibling(NODE_ELEMENT, policy))
         Require(log.LogPolicy(gpo, policy, groups) == S_OK, "our side's logging");
     log.ProcessConfigMap();
 }
