@@ -52,7 +52,8 @@ bool LacksDeviceNames()
     if (stable.IsEmpty() || CkxUtil::FileExists(stable))
         return false;
     const DWORD error = ::GetLastError();
-    return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND || error == ERROR_INVALID_NAME;
+    return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND || error == ERROR_INVALID_NAME ||
+           error == ERROR_BAD_DEV_TYPE;
 }
 
 // Asked once a process; two threads that ask at once get the same answer.
