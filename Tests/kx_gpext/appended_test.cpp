@@ -183,7 +183,7 @@ TEST_F(AppendedUpdate, WhatFailsGivesItsCodeAndSendsNothing)
         {"IsValidSid", Fail<0, error>, ERROR_ACCESS_DENIED, "ERROR: Failed to get token user LastError=31\n"},
         {"IsWellKnownSid", Fail<0, error>, ERROR_ACCESS_DENIED,
          "ERROR: Invalid user S-1-5-18 LastError=31\n"},
-        {"CoCreateInstance", Fail<REGDB_E_CLASSNOTREG, 0>, ERROR_XML_PARSE_ERROR,
+        {"CoGetClassObject", Fail<REGDB_E_CLASSNOTREG, 0>, ERROR_XML_PARSE_ERROR,
          "ERROR: Failed to initialize CkxGpXml"},
         {"SetThreadToken", Fail<0, error>, ERROR_XML_PARSE_ERROR,
          "ERROR: The policy files are not read without the user's identity. GPO "},

@@ -91,7 +91,8 @@ void CkxGpXml::_SetRootAttributes()
         (void)root.SetAttribute(L"SID", _m_userSid.Sid());
     else
         CkxGpUtils::StatusReport(_m_statusCallback, KXT_ERROR, L"Invalid user SID.");
-    _m_userName = CkxGpUtils::TokenUserToText(*this);
+    _m_userName =
+        _m_userSid.IsValid() ? CkxGpUtils::SidToText(_m_userSid) : CkxGpUtils::TokenUserToText(*this);
     (void)root.SetAttribute(L"user", _m_userName);
     CkxGpUtils::StatusReport(_m_statusCallback, KXT_INFO, L"User: %s", _m_userName.GetString());
 }

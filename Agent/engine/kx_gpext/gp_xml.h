@@ -130,7 +130,7 @@ class CkxGpXml : public CAccessToken {
     CkxRsopLog _m_rsopLog;
     CkxWorkFolder _m_workFolder;      ///< of the targeting filter, once it was needed
     CkxXMLDocumentFactory _m_factory; ///< obtained with the service's own identity
-    CkxXMLDocument _m_xmldocGPUpdate;
+    CkxXMLDocument _m_xmldocGPUpdate{_m_factory};
     CkxXMLNode _m_changedGPOs;
     CkxXMLNode _m_deletedGPOs;
     kx::GpoIndex<CkxXMLNode> _m_gpoElements; ///< the elements under ChangedGPOs, by GUID name
