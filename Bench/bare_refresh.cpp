@@ -150,7 +150,7 @@ CComPtr<IXMLDOMElement> CkxBareRefresh::_LoadRoot(const CkxListedGpo& gpo, kx::P
     return root;
 }
 
-void CkxBareRefresh::_MovePolicies(IXMLDOMElement* from, IXMLDOMNode* to, int precedence, int count) const
+void CkxBareRefresh::_MovePolicies(IXMLDOMElement* from, IXMLDOMNode* to, int precedence, int count)
 {
     CComPtr<IXMLDOMNode> node;
     (void)from->get_firstChild(&node);
@@ -160,14 +160,15 @@ void CkxBareRefresh::_MovePolicies(IXMLDOMElement* from, IXMLDOMNode* to, int pr
         CComBSTR name;
         Must(node->get_nodeName(&name));
         if (std::wcscmp(name, _m_policy) == 0) {
-            _SetOrder(node, precedence, count);
+            const int order = _SetOrder(node, precedence, count);
             Must(to->appendChild(node, nullptr));
+            _Merged(node, order);
         }
         node = next;
     }
 }
 
-void CkxBareRefresh::_SetOrder(IXMLDOMNode* policy, int precedence, int count) const
+int CkxBareRefresh::_SetOrder(IXMLDOMNode* policy, int precedence, int count) const
 {
     CComPtr<IXMLDOMElement> element;
     Must(policy->QueryInterface(__uuidof(IXMLDOMElement), reinterpret_cast<void**>(&element)));
@@ -177,6 +178,7 @@ void CkxBareRefresh::_SetOrder(IXMLDOMNode* policy, int precedence, int count) c
     const int order = kx::GlobalOrder(std::wcstol(own.bstrVal, nullptr, 10), static_cast<unsigned>(count),
                                       static_cast<unsigned>(precedence), true);
     Must(element->setAttribute(_m_order, CComVariant(std::to_wstring(order).c_str())));
+    return order;
 }
 
 CkxBareRefresh::Document CkxPlainRefresh::_NewDocument()

@@ -40,14 +40,17 @@ class CkxBareRefresh {
     virtual Document _LoadFile(const std::wstring& path) = 0;
     virtual void _TakeText(IXMLDOMDocument* document, CComBSTR& text) = 0;
 
+    /// After each policy that went into the document, with its global order.
+    virtual void _Merged(IXMLDOMNode* /*policy*/, int /*order*/) {}
+
   private:
     void _Make(std::span<const CkxListedGpo> gpos, CComBSTR& text);
     void _SetRootAttributes(IXMLDOMElement* root) const;
     void _AddGpo(IXMLDOMDocument* update, IXMLDOMNode* parent, const CkxListedGpo& gpo, int precedence,
                  int count);
     [[nodiscard]] CComPtr<IXMLDOMElement> _LoadRoot(const CkxListedGpo& gpo, kx::PolicyFile file);
-    void _MovePolicies(IXMLDOMElement* from, IXMLDOMNode* to, int precedence, int count) const;
-    void _SetOrder(IXMLDOMNode* policy, int precedence, int count) const;
+    void _MovePolicies(IXMLDOMElement* from, IXMLDOMNode* to, int precedence, int count);
+    [[nodiscard]] int _SetOrder(IXMLDOMNode* policy, int precedence, int count) const;
 
     CkxBareUser _m_user;
     const CComBSTR _m_policy{L"Policy"};

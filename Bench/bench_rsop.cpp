@@ -3,12 +3,9 @@
 // to a file. Both write into stores in memory; each round's store is new, and neither making it nor dropping
 // it counts.
 #include "Agent/engine/kx_gpext/rsop_log.h"
-#include "Agent/engine/kx_gpext/rsop_schema.h"
+#include "Bench/bare_rsop.h"
 #include "Bench/bench_report.h"
-#include "Common_CPP/kxwbem/kxwbem_datetime.h"
-#include "Common_CPP/trace/trace_control.h"
 #include "Common_CPP/util/unique_handle.h"
-#include "Common_CPP/util/utf8.h"
 #include "Common_CPP/xml/xml_document.h"
 #include "Tools/rsop_store/rsop_store.h"
 #include "Tools/rsop_store/swbem_date_time.h"
@@ -50,16 +47,12 @@ std::wstring PoliciesText(int count)
     return text + L"</GpoPolicies>";
 }
 
-std::wstring GroupName(int id)
-{
-    return L"Group number " + std::to_wstring(id);
-}
-
 std::wstring GroupsText()
 {
     std::wstring text = L"<ApplicationGroups version=\"5\">";
     for (int i = 0; i < kGroups; ++i)
-        text += L"<ApplicationGroup id=\"" + std::to_wstring(i) + L"\" name=\"" + GroupName(i) + L"\"/>";
+        text += L"<ApplicationGroup id=\"" + std::to_wstring(i) + L"\" name=\"" + CkxBareRsop::GroupName(i) +
+                L"\"/>";
     return text + L"</ApplicationGroups>";
 }
 
@@ -106,98 +99,21 @@ void LogOurs(Stage& stage)
     log.ProcessConfigMap();
 }
 
-// The bare side's texts stand ready: it neither reads nor makes any but the policy's own.
-class Bare {
-  public:
-    explicit Bare(const wchar_t* lineFile)
-        : _m_file(
-              ::CreateFileW(lineFile, FILE_APPEND_DATA, FILE_SHARE_READ, nullptr, CREATE_ALWAYS, 0, nullptr))
-    {
-        for (int i = 0; i < kGroups; ++i)
-            _m_groupNames.emplace_back(GroupName(i).c_str());
-        Require(static_cast<bool>(_m_file), "the bare side's file");
-    }
-
-    void Log(Stage& stage)
-    {
-        const CComPtr<IWbemServices> services = stage.store.Services();
-        const CkxWbemServicesPtr space(services);
-        CkxWbemClassObjectPtr policyClass;
-        CkxWbemClassObjectPtr configClass;
-        (void)CkxRsopSchema::UnregisterExtension(space);
-        Require(CkxRsopSchema::RegisterExtension(space, &policyClass, &configClass) == S_OK,
-                "the bare side's classes");
-        CComBSTR time;
-        Require(CkxSWbemDateTimePtr::FileTime2WmiDateTime({1, 1}, false, time) == S_OK,
-                "the bare side's time");
-        CComPtr<IXMLDOMNode> policy;
-        Require(stage.root.Get()->get_firstChild(&policy) == S_OK, "the bare side's walk");
-        for (int i = 0; policy; ++i) {
-            _LogPolicy(services, policyClass.Get(), policy, i);
-            CComPtr<IXMLDOMNode> next;
-            (void)policy->get_nextSibling(&next);
-            policy = next;
-        }
-    }
-
-  private:
-    void _LogPolicy(IWbemServices* services, IWbemClassObject* policyClass, IXMLDOMNode* policy, int number)
-    {
-        _NameGroup(policy, number % kGroups);
-        CComBSTR xml;
-        CComPtr<IWbemClassObject> instance;
+// The same through a bare program.
+void LogBare(Stage& stage, CkxBareRsop& bare)
+{
+    bare.DefineClasses(stage.store.Services());
+    CComPtr<IXMLDOMNode> policy;
+    Require(stage.root.Get()->get_firstChild(&policy) == S_OK, "the bare side's walk");
+    for (int i = 0; policy; ++i) {
         wchar_t id[64];
-        wchar_t name[64];
-        ::swprintf_s(id, 64, L"{11111111-2222-3333-4444-%d}", number);
-        ::swprintf_s(name, 64, L"Policy %d", number);
-        VARIANT order{};
-        order.vt = VT_I4;
-        order.lVal = number;
-        const bool put = policy->get_xml(&xml) == S_OK && policyClass->SpawnInstance(0, &instance) == S_OK &&
-                         _Put(instance, L"policyXml", xml) && _Put(instance, L"id", CComBSTR(id)) &&
-                         instance->Put(L"precedence", 0, &order, 0) == S_OK &&
-                         _Put(instance, L"name", CComBSTR(name)) && _Put(instance, L"GPOID", _m_gpoId) &&
-                         _Put(instance, L"SOMID", _m_somId) && _Put(instance, L"creationTime", _m_time) &&
-                         services->PutInstance(instance, 0, nullptr, nullptr) == S_OK;
-        Require(put, "the bare side's puts");
-        char line[200];
-        const int length =
-            std::snprintf(line, sizeof line, "INFO: policy logged. Name=[Policy %d]\r\n", number);
-        DWORD written = 0;
-        Require(::WriteFile(_m_file.Get(), line, static_cast<DWORD>(length), &written, nullptr) != FALSE,
-                "the bare side's line");
+        ::swprintf_s(id, 64, L"{11111111-2222-3333-4444-%d}", i);
+        Require(bare.Log(policy, i, id, i), "the bare side's logging");
+        CComPtr<IXMLDOMNode> next;
+        (void)policy->get_nextSibling(&next);
+        policy = next;
     }
-
-    // The text is to be the same, so the group gets its name here too.
-    void _NameGroup(IXMLDOMNode* policy, int group)
-    {
-        CComPtr<IXMLDOMNode> targets;
-        CComPtr<IXMLDOMNode> node;
-        CComPtr<IXMLDOMElement> element;
-        Require(policy->get_firstChild(&targets) == S_OK && targets->get_firstChild(&node) == S_OK &&
-                    node.QueryInterface(&element) == S_OK,
-                "the bare side's group");
-        VARIANT name{};
-        name.vt = VT_BSTR;
-        name.bstrVal = _m_groupNames[static_cast<std::size_t>(group)];
-        Require(element->setAttribute(_m_nameAttribute, name) == S_OK, "the bare side's group name");
-    }
-
-    static bool _Put(IWbemClassObject* instance, const wchar_t* property, BSTR text)
-    {
-        VARIANT value{};
-        value.vt = VT_BSTR;
-        value.bstrVal = text;
-        return instance->Put(property, 0, &value, 0) == S_OK;
-    }
-
-    CkxFileHandle _m_file;
-    std::vector<CComBSTR> _m_groupNames;
-    CComBSTR _m_nameAttribute = L"name";
-    CComBSTR _m_gpoId = L"CN={A},CN=Policies,CN=System,DC=fernhill,DC=example";
-    CComBSTR _m_somId = L"DC=fernhill,DC=example";
-    CComBSTR _m_time = L"20240229123456.000000+000";
-};
+}
 
 template <class Log>
 kx::BenchSide Side(int count, Log log)
@@ -224,19 +140,7 @@ std::wstring MakeFolder()
     return folder;
 }
 
-void TraceInto(const std::wstring& path)
-{
-    ::DeleteFileW(path.c_str());
-    std::string utf8;
-    Require(kx::WideToUtf8(path, utf8) && D_ToFile(utf8), "our side's trace file");
-}
-
 } // namespace
-
-HMODULE KxModule() noexcept
-{
-    return ::GetModuleHandleW(nullptr);
-}
 
 int main(int argc, char** argv)
 {
@@ -246,15 +150,15 @@ int main(int argc, char** argv)
         const CkxDateTimeClass dateTimes;
         Require(dateTimes.Status() == S_OK, "the converter of times");
         g_folder = MakeFolder();
-        TraceInto(g_folder + L"\\ours.trace");
-        Bare bare((g_folder + L"\\bare.lines").c_str());
+        Require(TraceInto(g_folder + L"\\ours.trace"), "our side's trace file");
+        CkxBareRsop bare(g_folder + L"\\bare.lines", kGroups);
         std::vector<kx::Samples> ours;
         const int counts[] = {1000, 10000, 100000};
         const int rounds[] = {21, 9, 5};
         for (int i = 0; i < 3; ++i) {
             const auto sides =
                 kx::Interleave(rounds[i], {Side(counts[i], LogOurs),
-                                           Side(counts[i], [&](Stage& stage) { bare.Log(stage); })});
+                                           Side(counts[i], [&](Stage& stage) { LogBare(stage, bare); })});
             report.Compare(std::to_string(counts[i]) + " policies, 500 groups", "ns/policy", sides[0],
                            sides[1], kMostAgainstBare);
             ours.push_back(sides[0]);

@@ -31,7 +31,7 @@ CkxRefreshStage::~CkxRefreshStage()
     ::CoUninitialize();
 }
 
-double CkxRefreshStage::TimeOfExtension(std::span<const CkxListedGpo> gpos)
+double CkxRefreshStage::TimeOfExtension(std::span<const CkxListedGpo> gpos, IWbemServices* services)
 {
     CkxEngineList changed;
     for (const CkxListedGpo& gpo : gpos)
@@ -40,7 +40,7 @@ double CkxRefreshStage::TimeOfExtension(std::span<const CkxListedGpo> gpos)
         BOOL abort = FALSE;
         HRESULT rsopStatus = S_OK;
         return _m_extension.ProcessGroupPolicyEx()(c_flags, Token(), HKEY_LOCAL_MACHINE, nullptr,
-                                                   changed.Head(), 0, &abort, nullptr, nullptr,
+                                                   changed.Head(), 0, &abort, nullptr, services,
                                                    &rsopStatus) == ERROR_SUCCESS;
     });
 }

@@ -23,9 +23,10 @@ class CkxRefreshStage {
 
     static constexpr double c_failed = -1;
 
-    /// Microseconds that the extension takes for a machine refresh of these GPOs, nothing deleted, RSoP
-    /// off; c_failed where it failed or nothing whole arrived.
-    [[nodiscard]] double TimeOfExtension(std::span<const CkxListedGpo> gpos);
+    /// Microseconds that the extension takes for a machine refresh of these GPOs, nothing deleted; c_failed
+    /// where it failed or nothing whole arrived. It logs into `services`, if any.
+    [[nodiscard]] double TimeOfExtension(std::span<const CkxListedGpo> gpos,
+                                         IWbemServices* services = nullptr);
 
     /// Microseconds that another way takes to make and send a document; `refresh` answers whether it has.
     template <class Refresh>
