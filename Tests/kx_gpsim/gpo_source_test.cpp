@@ -40,6 +40,8 @@ TEST_F(GpoSource, IsFoundInEveryForm)
     _m_folder.Write(L"Policies\\" + kTwo + L"\\display-name.txt", "\xEF\xBB\xBFK\xC3\xA4se\r\nmore");
     WriteScope(L"set\\02 Second one\\" + kTwo + L"\\Machine");
     WriteScope(L"set\\01 First\\" + kOne + L"\\Machine");
+    WriteScope(L"draft\\" + kOne + L"\\Machine");
+    WriteScope(L"draft\\" + kTwo + L"\\Machine");
     WriteScope(L"My GPO\\User");
     WriteScope(L"bare");
     _m_folder.Write(L"nothing of ours\\" + kOne + L"\\Machine\\Registry.pol", "");
@@ -58,6 +60,10 @@ TEST_F(GpoSource, IsFoundInEveryForm)
         {L"a whole domain", L"Policies", {kx::Narrow(kOne) + " MU", "K\xC3\xA4se U"}},
         {L"GPOs in folders that name them", L"set", {"First M", "Second one M"}},
         {L"one of these", L"set\\02 Second one", {"Second one M"}},
+        {L"several in a folder, which is called after none of them",
+         L"draft",
+         {kx::Narrow(kOne) + " M", kx::Narrow(kTwo) + " M"}},
+        {L"one of these", L"draft\\" + kOne, {kx::Narrow(kOne) + " M"}},
         {L"a GPO's copy with a name of its own", L"My GPO", {"My GPO U"}},
         {L"a scope's folder without any name", L"bare", {"bare MU"}},
         {L"without files for the extension", L"nothing of ours", {"nothing of ours "}},

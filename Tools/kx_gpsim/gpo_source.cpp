@@ -101,7 +101,21 @@ std::string WithoutNumber(const std::string& name)
     return numbered ? name.substr(digits + 1) : name;
 }
 
-std::string DisplayNameFor(const fs::path& gpo)
+// A folder of several GPOs is not called after one of them.
+bool HoldsSeveral(const fs::path& folder)
+{
+    std::size_t count = 0;
+    std::error_code error;
+    for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error))
+        if (IsGuidName(entry->path()) && ++count > 1)
+            return true;
+    return false;
+}
+
+// Whether other GPOs stand beside one. Of a folder with many it is found out once.
+using Neighbours = std::optional<bool>;
+
+std::string DisplayNameFor(const fs::path& gpo, Neighbours neighbours)
 {
     std::string text;
     if (kx::ReadBytes(gpo / L"display-name.txt", text) == ERROR_SUCCESS) {
@@ -111,21 +125,23 @@ std::string DisplayNameFor(const fs::path& gpo)
         if (!text.empty())
             return text;
     }
-    const std::string around = NameOf(gpo.parent_path());
-    // Below "Policies" stand the GPOs of a whole domain.
     if (!IsGuidName(gpo))
         return WithoutNumber(NameOf(gpo));
-    return around.empty() || kx::EqualNoCase(around, "Policies") ? NameOf(gpo) : WithoutNumber(around);
+    const std::string around = NameOf(gpo.parent_path());
+    if (around.empty() || kx::EqualNoCase(around, "Policies")) // there stand the GPOs of a whole domain
+        return NameOf(gpo);
+    const bool isName = !(neighbours ? *neighbours : HoldsSeveral(gpo.parent_path()));
+    return isName ? WithoutNumber(around) : NameOf(gpo);
 }
 
-void FillNames(const fs::path& gpo, kx::GpoRequest& request)
+void FillNames(const fs::path& gpo, kx::GpoRequest& request, Neighbours neighbours = {})
 {
     if (request.name.empty())
         request.name = IsGuidName(gpo) ? NameOf(gpo) : NameFor(gpo);
     if (request.name.size() > kLongestName)
         throw kx::UsageError(request.name + ": a GPO's name has at most 49 characters");
     if (request.displayName.empty())
-        request.displayName = DisplayNameFor(gpo);
+        request.displayName = DisplayNameFor(gpo, neighbours);
 }
 
 // ---- what stands there --------------------------------------------------------------------------------
@@ -139,9 +155,9 @@ std::optional<std::uint32_t> VersionOf(const fs::path& gpo)
 }
 
 // The engine lists a GPO only for a scope in which the extension has anything.
-CkxGpoSource OfGpoFolder(const fs::path& gpo, kx::GpoRequest request)
+CkxGpoSource OfGpoFolder(const fs::path& gpo, kx::GpoRequest request, Neighbours neighbours = {})
 {
-    FillNames(gpo, request);
+    FillNames(gpo, request, neighbours);
     CkxGpoSource source;
     source.request = std::move(request);
     source.version = VersionOf(gpo);
@@ -172,9 +188,10 @@ CkxGpoSource OfScopeFolder(const fs::path& folder, kx::GpoRequest request)
 std::vector<CkxGpoSource> GposIn(const fs::path& folder, const kx::GpoRequest& request)
 {
     std::vector<CkxGpoSource> gpos;
+    const bool several = HoldsSeveral(folder);
     for (const fs::path& each : FoldersIn(folder)) {
         if (IsGpoFolder(each))
-            gpos.push_back(OfGpoFolder(each, request));
+            gpos.push_back(OfGpoFolder(each, request, several));
         else
             for (const fs::path& inner : FoldersIn(each))
                 if (IsGuidName(inner) && IsGpoFolder(inner))
