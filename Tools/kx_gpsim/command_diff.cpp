@@ -3,6 +3,7 @@
 #include "Tools/kx_gpsim/diff_json.h"
 #include "Tools/kx_gpsim/diff_text.h"
 #include "Tools/kx_gpsim/gpos_without.h"
+#include "Tools/kx_gpsim/options.h"
 #include "Tools/kx_gpsim/return_code_text.h"
 #include "Tools/kx_gpsim/run_json.h"
 #include "Tools/kx_gpsim/run_options.h"
@@ -63,6 +64,7 @@ void AddOptions(CLI::App& command, DiffOptions& options)
         ->check(CLI::IsMember({"machine", "user", "both"}))
         ->type_name("SCOPE")
         ->group(how);
+    AddFactsOption(command, options.run);
     command
         .add_option("--extension", options.run.extension,
                     "the kx_gpext.dll to run, if not the one beside this program")
@@ -132,6 +134,8 @@ Sides TwoSides(const DiffOptions& options)
 {
     const std::optional<RunOptions> first = RunOf(options.before, options);
     const std::optional<RunOptions> second = RunOf(options.after, options);
+    if (!first && !second && !options.run.facts.empty())
+        throw UsageError("--facts: A and B are run already");
     Sides sides;
     if (!first)
         sides.before = ReadSaved(options.before, options);

@@ -49,8 +49,8 @@ RunResult RunOf(const ExplainOptions& options)
         run.call = options.plan ? Call::Plan : Call::Apply;
         return RunFrom(run);
     }
-    if (!options.run.gpos.empty() || !options.run.manifest.empty())
-        throw UsageError("--from is a run already: give it without GPOs and without --manifest");
+    if (NamesRun(options.run))
+        throw UsageError("--from is a run already: give it without GPOs, --manifest and --facts");
     return ParseRun(ReadText(options.from), options.from);
 }
 

@@ -58,8 +58,8 @@ void AddReportOptions(CLI::App& command, ReportOptions& options)
 
 void Check(const ReportOptions& options)
 {
-    if (!options.from.empty() && !(options.run.gpos.empty() && options.run.manifest.empty()))
-        throw UsageError("--from is a run already: give it without GPOs and without --manifest");
+    if (!options.from.empty() && NamesRun(options.run))
+        throw UsageError("--from is a run already: give it without GPOs, --manifest and --facts");
     if (options.json == "-" && options.WantsText() && options.out.empty())
         throw UsageError("text and JSON cannot both go to standard output: give --out FILE");
 }

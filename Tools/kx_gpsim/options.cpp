@@ -52,7 +52,17 @@ void AddRunOptions(CLI::App& command, RunOptions& options)
         ->check(CLI::IsMember({"machine", "user", "both"}))
         ->type_name("SCOPE")
         ->group(kHow);
+    AddFactsOption(command, options);
     AddPlaceOptions(command, options);
+}
+
+void AddFactsOption(CLI::App& command, RunOptions& options)
+{
+    command
+        .add_option("--facts", options.facts,
+                    "JSON file with what item-level targeting is to believe of the user and the computer")
+        ->type_name("FILE")
+        ->group(kHow);
 }
 
 void AddLinkOptions(CLI::App& command, RunOptions& options)

@@ -19,6 +19,9 @@ void AddLinkOptions(CLI::App& command, RunOptions& options);
 /// Whether the real agent is meant.
 void AddAgentOptions(CLI::App& command, RunOptions& options);
 
+/// The file with facts that targeting answers from; AddRunOptions has it too.
+void AddFactsOption(CLI::App& command, RunOptions& options);
+
 /// The file that remembers the last run.
 void AddStateOption(CLI::App& command, RunOptions& options);
 

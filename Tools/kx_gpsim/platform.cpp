@@ -27,9 +27,10 @@ CkxPlatform::CkxPlatform(const CkxRunFolder& folder, bool planOnly)
 // The platform's own evaluation stays where there is one.
 void CkxPlatform::_ProvideTargeting(const CkxRunFolder& folder)
 {
-    const bool hasStandIn = CkxUtil::FileExists(folder.StandIn().c_str());
+    const bool isThere = CkxUtil::FileExists(folder.StandIn().c_str());
     const DWORD error =
-        hasStandIn ? _m_targeting.Register(folder.StandIn()) : static_cast<DWORD>(ERROR_ALREADY_REGISTERED);
+        isThere ? _m_targeting.Register(folder.StandIn()) : static_cast<DWORD>(ERROR_ALREADY_REGISTERED);
+    _m_hasStandIn = error == ERROR_SUCCESS;
     if (error != ERROR_SUCCESS && error != ERROR_ALREADY_REGISTERED)
         _m_note = "the stand-in for item-level targeting cannot be registered: " +
                   kx::Narrow(_m_targeting.Reason());

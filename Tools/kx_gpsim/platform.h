@@ -15,6 +15,9 @@ class CkxPlatform {
     /// Without `planOnly` targeting is provided too.
     CkxPlatform(const CkxRunFolder& folder, bool planOnly);
 
+    /// Whether item-level targeting is answered by the stand-in, and not by a platform's own extension.
+    [[nodiscard]] bool HasStandIn() const { return _m_hasStandIn; }
+
     /// What could not be provided, in words for the user; empty where nothing is missing.
     [[nodiscard]] const std::string& Note() const { return _m_note; }
 
@@ -23,6 +26,7 @@ class CkxPlatform {
 
     std::optional<CkxDateTimeClass> _m_dateTimes;
     CkxTargetingRegistration _m_targeting;
+    bool _m_hasStandIn = false;
     std::string _m_note;
 };
 

@@ -86,7 +86,15 @@ void CkxRunFolder::_Copy(const std::wstring& extension) const
     const std::wstring standIn = FolderOf(extension) + L"\\" + kStandInName;
     if (CkxUtil::FileExists(standIn.c_str()))
         CopyOne(standIn, StandIn());
-    fs::remove(TargetingReport(), ignored); // an earlier run's
+    for (const std::wstring& ofEarlierRun : {TargetingReport(), TargetingFacts()})
+        fs::remove(ofEarlierRun, ignored);
+}
+
+void CkxRunFolder::StateFacts(std::string_view facts) const
+{
+    std::error_code ignored; // the file then cannot be written, which is told
+    fs::create_directories(fs::path(TargetingFacts()).parent_path(), ignored);
+    kx::WriteText(kx::Narrow(TargetingFacts()), facts);
 }
 
 void CkxRunFolder::_Remove() const

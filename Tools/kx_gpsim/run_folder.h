@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 /// The folder of one run: it holds the copy of the extension that runs, which writes beside itself, and
 /// everything else that the run makes.
@@ -8,11 +9,15 @@ class CkxRunFolder {
   public:
     /// Makes the folder: `wanted`, which may be there already, or a new one under the temporary folder where
     /// that is empty. Copies `extension` into it, byte for byte, and the stand-in for targeting, where one
-    /// stands beside the extension. Without `keep` a temporary one goes at the end. Throws ToolError.
+    /// stands beside the extension. An earlier run's facts and findings go. Without `keep` a temporary one
+    /// goes at the end. Throws ToolError.
     CkxRunFolder(const std::string& wanted, bool keep, const std::wstring& extension);
     ~CkxRunFolder();
     CkxRunFolder(const CkxRunFolder&) = delete;
     CkxRunFolder& operator=(const CkxRunFolder&) = delete;
+
+    /// Has the stand-in for targeting answer from these facts, in its own form. Throws ToolError.
+    void StateFacts(std::string_view facts) const;
 
     [[nodiscard]] const std::wstring& Path() const { return _m_path; }
 
@@ -26,6 +31,9 @@ class CkxRunFolder {
     [[nodiscard]] std::wstring Trace() const { return _m_path + L"\\Trace\\kx_gpext.trace"; }
 
     [[nodiscard]] std::wstring TargetingReport() const { return _m_path + L"\\tmp\\targeting-report.txt"; }
+
+    /// Where the stand-in for targeting looks for facts.
+    [[nodiscard]] std::wstring TargetingFacts() const { return _m_path + L"\\tmp\\targeting-facts.txt"; }
 
     /// What the extension asks targeting about.
     [[nodiscard]] std::wstring TargetingSettings() const

@@ -1,4 +1,5 @@
 #include "Tools/kx_gpsim/exit_codes.h"
+#include "Tools/kx_gpsim/facts_json.h"
 #include "Tools/kx_gpsim/gpo_source.h"
 #include "Tools/kx_gpsim/mask_run.h"
 #include "Tools/kx_gpsim/pass_runner.h"
@@ -174,12 +175,19 @@ RunState ReadState(const std::string& path)
     return ParseState(ReadText(path), path);
 }
 
+// In the form of the stand-in for targeting; empty where none are given.
+std::string ReadFacts(const std::string& path)
+{
+    return path.empty() ? std::string() : FactsText(ReadText(path), path);
+}
+
 class Run {
   public:
     explicit Run(const RunOptions& options)
         : _m_options(options),
           _m_asked(ReadRequest(options)),
           _m_state(ReadState(options.state)),
+          _m_facts(ReadFacts(options.facts)),
           _m_sources(FindSources(options.call, _m_asked)),
           _m_folder(options.work, options.keep, FindExtension(options.extension))
     {
@@ -198,13 +206,14 @@ class Run {
         RunResult result;
         {
             const CkxPlatform platform(_m_folder, _m_options.call == Call::Plan);
+            const std::vector<std::string> notes = _Prepare(platform);
             CkxExtensionModule extension;
             if (const DWORD error = extension.Load(_m_folder.Extension().c_str()); error != ERROR_SUCCESS)
                 throw EnvironmentError("the extension cannot be loaded: " + SystemText(error));
             CkxPassRunner runner(_m_folder, extension, _m_agent ? &*_m_agent : nullptr,
                                  [this](std::size_t count) { _ShowProgress(count); });
             for (const Scope scope : _m_asked.request.scopes)
-                _MakePass(scope, runner, platform.Note(), result);
+                _MakePass(scope, runner, notes, result);
         }
         if (result.passes.empty())
             throw UsageError("none of the GPOs has anything for this extension");
@@ -217,7 +226,29 @@ class Run {
     }
 
   private:
-    void _MakePass(Scope scope, CkxPassRunner& runner, const std::string& platformNote, RunResult& result)
+    // What is to be said of each call besides.
+    [[nodiscard]] std::vector<std::string> _Prepare(const CkxPlatform& platform) const
+    {
+        std::vector<std::string> notes;
+        if (!platform.Note().empty())
+            notes.push_back(platform.Note());
+        if (_m_options.facts.empty())
+            return notes;
+        if (_m_options.call == Call::Plan) {
+            notes.emplace_back("planning does not evaluate item-level targeting: no fact counts");
+            return notes;
+        }
+        if (!platform.HasStandIn())
+            throw EnvironmentError(
+                "--facts: the stand-in for item-level targeting, which answers from facts, "
+                "is not beside the extension, or this machine has targeting of its own");
+        _m_folder.StateFacts(_m_facts);
+        notes.push_back("item-level targeting is answered from " + _m_options.facts);
+        return notes;
+    }
+
+    void _MakePass(Scope scope, CkxPassRunner& runner, const std::vector<std::string>& notes,
+                   RunResult& result)
     {
         const ScopePlan plan = PlanScope(_m_options, _m_asked, _m_sources, scope, _m_state);
         if (IsIdle(_m_asked.request, plan))
@@ -230,8 +261,7 @@ class Run {
         _m_progress.Show(_m_shown);
         PassResult pass = runner.Run(plan.request);
         pass.notes.insert(pass.notes.begin(), plan.notes.begin(), plan.notes.end());
-        if (!platformNote.empty())
-            pass.notes.push_back(platformNote);
+        pass.notes.insert(pass.notes.end(), notes.begin(), notes.end());
         _m_state.Of(scope) = ScopeState{pass.code, plan.seen};
         result.passes.push_back(std::move(pass));
     }
@@ -244,6 +274,7 @@ class Run {
     const RunOptions& _m_options;
     Asked _m_asked;
     RunState _m_state;
+    std::string _m_facts;
     std::vector<CkxGpoSource> _m_sources;
     CkxRunFolder _m_folder;
     std::optional<CkxAgentRole> _m_agent;

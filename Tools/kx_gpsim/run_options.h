@@ -27,12 +27,20 @@ struct RunOptions {
     std::vector<std::string> flags;   ///< names of engine flags, or numbers
     bool deleteAll = false;           ///< append: the agent shall drop all appended sets first
 
+    std::string facts; ///< JSON that states what targeting is to believe; empty: this machine is asked
+
     std::string work;                  ///< the run's folder; empty: a new temporary one
     bool keep = false;                 ///< a temporary run folder stays
     bool deliver = false;              ///< the machine's real agent is meant
     bool asLocalSystemForTest = false; ///< append: answer the caller's check as LocalSystem
     std::string extension;             ///< the kx_gpext.dll to run; empty: the one beside the program
 };
+
+/// Whether the options say what is to be run, which goes without a run that was saved.
+[[nodiscard]] inline bool NamesRun(const RunOptions& options)
+{
+    return !options.gpos.empty() || !options.manifest.empty() || !options.facts.empty();
+}
 
 /// Runs the extension as asked and gathers what came of it; throws ToolError where there is no result. What
 /// went wrong in the GPOs is in the result. The run folder is removed at the end unless it was named, or is

@@ -124,6 +124,21 @@ const FactKey* FindKey(wstring_view name)
     return found == std::end(kKeys) ? nullptr : found;
 }
 
+// The names of others go on where this one and a dot end.
+bool IsFamily(wstring_view name)
+{
+    return !name.empty() && std::any_of(std::begin(kKeys), std::end(kKeys), [&](const FactKey& key) {
+        return key.name.starts_with(name) && key.name.substr(name.size()).starts_with(L'.');
+    });
+}
+
+FactKind KindOf(const FactKey& key)
+{
+    if (key.isValue == &IsNumber)
+        return FactKind::Number;
+    return key.isValue == &IsOneOf<kYesNo> ? FactKind::YesNo : FactKind::Text;
+}
+
 wstring_view Trimmed(wstring_view text)
 {
     constexpr wstring_view blanks = L" \t\r";
@@ -162,6 +177,13 @@ wstring ReadLine(wstring_view line, FactsFile& facts)
 }
 
 } // namespace
+
+FactForm FactFormOf(wstring_view key)
+{
+    if (const FactKey* const found = FindKey(key))
+        return {KindOf(*found), found->count == Count::Many};
+    return {IsFamily(key) ? FactKind::Family : FactKind::None, false};
+}
 
 FactsFile ParseFacts(wstring_view text)
 {

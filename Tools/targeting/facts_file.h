@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <map>
 #include <string>
 #include <string_view>
@@ -24,5 +26,20 @@ struct FactsFile {
 /// Reads lines of the form "key = value". One that is not understood makes the whole text not understood, for
 /// what it meant to state cannot be left out of account.
 [[nodiscard]] FactsFile ParseFacts(std::wstring_view text);
+
+/// A larger file nobody can have meant; it is not read.
+inline constexpr std::size_t kMostFactsBytes = 1 << 20;
+
+/// What can be stated under a key. Family: nothing, but the key is what others have in common before a dot.
+enum class FactKind : std::uint8_t { None, Family, Text, Number, YesNo };
+
+/// How the values of a key look.
+struct FactForm {
+    FactKind kind = FactKind::None;
+    bool isList = false; ///< it may stand several times, or state that there is none
+};
+
+/// The form of the values of a key.
+[[nodiscard]] FactForm FactFormOf(std::wstring_view key);
 
 } // namespace kx

@@ -9,9 +9,8 @@
 namespace {
 
 constexpr const wchar_t* kFileName = L"\\targeting-facts.txt";
-constexpr DWORD kMostBytes = 1 << 20;
 
-// Returns a Windows error; ERROR_FILE_TOO_LARGE for a file that nobody can have meant.
+// Returns a Windows error; ERROR_FILE_TOO_LARGE for a file that is larger than facts are.
 DWORD ReadBytes(const std::wstring& path, std::string& bytes)
 {
     const CkxFileHandle file(::CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
@@ -19,7 +18,7 @@ DWORD ReadBytes(const std::wstring& path, std::string& bytes)
     LARGE_INTEGER size{};
     if (!file || !::GetFileSizeEx(file.Get(), &size))
         return ::GetLastError();
-    if (size.QuadPart > kMostBytes)
+    if (size.QuadPart > static_cast<LONGLONG>(kx::kMostFactsBytes))
         return ERROR_FILE_TOO_LARGE;
     bytes.resize(static_cast<std::size_t>(size.QuadPart));
     DWORD read = 0;
