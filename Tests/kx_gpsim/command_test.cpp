@@ -139,6 +139,23 @@ TEST_F(Command, LeavesNothingBehind)
     EXPECT_TRUE(std::filesystem::exists(_m_folder / L"run\\Trace\\kx_gpext.trace")) << "what was named stays";
 }
 
+TEST_F(Command, TheTraceSaysWhenUnlessItIsConfigured)
+{
+    const std::wstring gpo = WritePolicy(kGpoA, L"Machine");
+    const auto lines = [&] {
+        EXPECT_EQ(Run({L"apply", gpo, L"--work", L"run", L"--json", L"run.json"}), 0) << _m_errors;
+        return Saved().passes.at(0).trace;
+    };
+    constexpr const char* time = "\\d\\d:\\d\\d:\\d\\d\\.\\d\\d\\d \\d+:.*";
+    for (const char* const why : {"made", "found again"}) {
+        EXPECT_THAT(lines(), testing::Each(testing::MatchesRegex(time))) << why;
+        EXPECT_THAT(_m_errors, Not(HasSubstr("D_Lib"))) << why;
+    }
+    _m_folder.Write(L"run\\kx_gpext.cfg", "prefix@file@@all@mine\n");
+    EXPECT_THAT(lines(), testing::Contains(StartsWith("mine ")));
+    EXPECT_EQ(Saved().passes.at(0).gpos.at(0).taken, 1U) << "though its lines cannot be read";
+}
+
 TEST_F(Command, ManyGposArriveInOrder)
 {
     constexpr int count = 999;

@@ -128,8 +128,8 @@ TEST(Explain, TellsTheFateAndTheStep)
         EXPECT_EQ(kx::StepText(found[0].step), kx::StepText(row.step)) << row.name;
         EXPECT_THAT(found[0].why, HasSubstr(row.why)) << row.name;
         string lines;
-        for (const string& line : found[0].trace)
-            lines += line + '\n';
+        for (const kx::ExplainedLine& line : found[0].trace)
+            lines += line.text + '\n';
         EXPECT_THAT(lines, HasSubstr(row.line)) << row.name;
         EXPECT_THAT(lines, Not(HasSubstr(row.not_))) << row.name;
     }
@@ -190,6 +190,26 @@ TEST(Explain, OfPlanningHasNeitherTargetingNorSending)
     EXPECT_THAT(found[0].passed, ElementsAre(Step::Load, Step::Order));
 }
 
+TEST(Explain, SaysWhenAndHowLongWhereTheTraceHasTimes)
+{
+    kx::PassResult pass = TracedPass();
+    int second = 50;
+    for (string& line : pass.trace) // past midnight, a line every second
+        line = (second < 60 ? "23:59:" : "00:00:") + std::to_string(second % 60 / 10) +
+               std::to_string(second % 10) + ".250 " + line,
+        ++second;
+    const kx::RunResult run{{pass}, ""};
+    const kx::Report report = kx::MakeReport(run);
+    const string gpo = kx::FormatExplanations(report, kx::Explain(run, report, {}, "Fernhill baseline"));
+    EXPECT_THAT(gpo, HasSubstr("\n  took 5000 ms\n"));
+    EXPECT_THAT(gpo, HasSubstr("\n      6000 ms  32:.../engine/kx_gpext/kx_gpo.cpp(1): INFO:    * Display"));
+    const string policy = kx::FormatExplanations(report, kx::Explain(run, report, {}, "No games"));
+    EXPECT_THAT(policy,
+                HasSubstr("\n     10000 ms  32:.../engine/kx_gpext/gp_xml_targeting.cpp(1): INFO: policy"));
+    EXPECT_THAT(policy, Not(HasSubstr("took")));
+    EXPECT_EQ(ExplainIn(pass, "Cold room")[0].step, Step::Load) << "lines are read as without times";
+}
+
 TEST(Explain, IsSafeOnATerminalAndHidesSecrets)
 {
     kx::PassResult pass = TracedPass();
@@ -216,8 +236,9 @@ TEST(Explain, HasAFormForPrograms)
         "gpo": "Fernhill baseline", "gpoName": "{11111111-0000-0000-0000-000000000001}",
         "link": "DC=fernhill,DC=example", "fate": "excluded", "step": "policy targeting",
         "why": "the user is in no such group", "passed": ["load", "GPO targeting", "migration", "version"],
-        "trace": ["32:.../engine/kx_gpext/kx_gpo.cpp(1): INFO:    * Display Name: Fernhill baseline",
-          "32:.../engine/kx_gpext/gp_xml_targeting.cpp(1): INFO: policy [No games] not allowed by ILT: Fernhill baseline"]
+        "took": null, "trace": [
+          {"at": null, "text": "32:.../engine/kx_gpext/kx_gpo.cpp(1): INFO:    * Display Name: Fernhill baseline"},
+          {"at": null, "text": "32:.../engine/kx_gpext/gp_xml_targeting.cpp(1): INFO: policy [No games] not allowed by ILT: Fernhill baseline"}]
         }]})");
     EXPECT_EQ(nlohmann::ordered_json::diff(expected, json).dump(2), "[]");
 }

@@ -131,10 +131,10 @@ TEST(ReportPage, TimelineFollowsTheTrace)
         "00:00:00.150 1:.../kx_gpext/gp_process.cpp(71): INFO: GP update sent to agent."};
     const Json timeline = DataOf(run)["timeline"];
     EXPECT_EQ(Json::diff(Json::parse(R"([
-        {"kind": "call", "gpo": null, "at": 0, "logged": 0, "lines": [{"step": "call", "severity": "",
+        {"kind": "call", "gpo": null, "at": 0, "took": 50, "logged": 0, "lines": [{"step": "call", "severity": "",
           "text": "23:59:59.900 1:.../kx_gpext/gp_xml.cpp(67): INFO: Flags = MACHINE"}]},
-        {"kind": "gpo", "gpo": 1, "at": 50, "logged": 1, "lines": []},
-        {"kind": "sending", "gpo": null, "at": 250, "logged": 0, "lines": [{"step": "sending", "severity": "",
+        {"kind": "gpo", "gpo": 1, "at": 50, "took": 200, "logged": 1, "lines": []},
+        {"kind": "sending", "gpo": null, "at": 250, "took": 0, "logged": 0, "lines": [{"step": "sending", "severity": "",
           "text": "00:00:00.150 1:.../kx_gpext/gp_process.cpp(71): INFO: GP update sent to agent."}]}])"),
                          timeline[0])
                   .dump(2),

@@ -3,6 +3,7 @@
 #include "Tools/kx_gpsim/gpo_places.h"
 #include "Tools/kx_gpsim/secret_paths.h"
 #include "Tools/kx_gpsim/text_case.h"
+#include "Tools/kx_gpsim/trace_line.h"
 
 #include <algorithm>
 
@@ -107,8 +108,9 @@ class PassExplainer {
         explanation.id = gpo.gpo.name;
         _Judge(gpo, place, explanation);
         explanation.passed = StepsBefore(explanation.step, _m_facts.call);
-        explanation.trace =
-            _Lines([&](const TraceStep& step) { return step.gpo && _m_places[*step.gpo] == place; });
+        const auto isOfGpo = [&](const TraceStep& step) { return step.gpo && _m_places[*step.gpo] == place; };
+        explanation.took = _Took(isOfGpo);
+        explanation.trace = _Lines(isOfGpo);
         return explanation;
     }
 
@@ -301,13 +303,28 @@ class PassExplainer {
     }
 
     template <class Wanted>
-    [[nodiscard]] std::vector<std::string> _Lines(const Wanted& wanted) const
+    [[nodiscard]] std::vector<ExplainedLine> _Lines(const Wanted& wanted) const
     {
-        std::vector<std::string> lines;
-        for (const TraceStep& step : _m_steps)
-            if (wanted(step))
-                lines.push_back(_m_secrets.MaskLine(_m_trace[step.line]));
+        std::vector<ExplainedLine> lines;
+        for (const TraceStep& step : _m_steps) {
+            if (!wanted(step))
+                continue;
+            std::string_view text = _m_trace[step.line];
+            (void)CkxTraceClock().Cut(text);
+            lines.push_back({_m_secrets.MaskLine(text), step.at});
+        }
         return lines;
+    }
+
+    // From the first step that is wanted to the one that comes next after them.
+    template <class Wanted>
+    [[nodiscard]] std::optional<std::int64_t> _Took(const Wanted& wanted) const
+    {
+        const auto first = std::find_if(_m_steps.begin(), _m_steps.end(), wanted);
+        const auto next = std::find_if_not(first, _m_steps.end(), wanted);
+        if (next == _m_steps.end() || !first->at || !next->at)
+            return std::nullopt;
+        return *next->at - *first->at;
     }
 
     const Report& _m_report;

@@ -6,6 +6,8 @@
 #include "Tools/kx_gpsim/trace_steps.h"
 
 #include <cstddef>
+#include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -33,6 +35,12 @@ enum class Fate {
 /// "let through" and the like.
 [[nodiscard]] std::string_view FateText(Fate fate);
 
+/// A line of the trace, secrets masked.
+struct ExplainedLine {
+    std::string text;               ///< without its time
+    std::optional<std::int64_t> at; ///< milliseconds since the call began, where the trace carries times
+};
+
 /// One policy or GPO in one pass.
 struct Explanation {
     std::size_t pass = 0;
@@ -41,10 +49,11 @@ struct Explanation {
     std::string name; ///< the policy's, or what people call the GPO
     std::string id;   ///< the policy's, empty where not known; the GPO's GUID
     Fate fate = Fate::Taken;
-    Step step = Step::Sending;      ///< that decided it
-    std::string why;                ///< empty where there is nothing to say
-    std::vector<Step> passed;       ///< the steps before that one
-    std::vector<std::string> trace; ///< lines, secrets masked
+    Step step = Step::Sending;        ///< that decided it
+    std::string why;                  ///< empty where there is nothing to say
+    std::vector<Step> passed;         ///< the steps before that one
+    std::optional<std::int64_t> took; ///< of a GPO: milliseconds until the next one, where they are known
+    std::vector<ExplainedLine> trace;
 };
 
 /// All policies and GPOs of the run that are called so: by the policy's name or gpid, the GPO's GUID or

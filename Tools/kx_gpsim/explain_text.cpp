@@ -4,6 +4,8 @@
 #include "Tools/kx_gpsim/return_code_text.h"
 #include "Tools/kx_gpsim/text_width.h"
 
+#include <algorithm>
+
 namespace kx {
 
 namespace {
@@ -60,6 +62,21 @@ std::string Indented(std::string_view text, std::size_t depth)
     return std::string(depth, ' ') + VisibleText(text) + "\n";
 }
 
+// "    31 ms  INFO: ...", or the line alone where the trace is without times.
+std::string LineText(const ExplainedLine& line)
+{
+    constexpr std::size_t width = 6;
+    if (!line.at)
+        return line.text;
+    const std::string number = std::to_string(*line.at);
+    return std::string(width - std::min(width, number.size()), ' ') + number + " ms  " + line.text;
+}
+
+Json NumberOrNull(const std::optional<std::int64_t>& number)
+{
+    return number ? Json(*number) : Json();
+}
+
 Json TextOrNull(const std::string& text)
 {
     return text.empty() ? Json() : Json(text);
@@ -72,6 +89,9 @@ Json ExplanationJson(const Report& report, const Explanation& explanation)
     Json passed = Json::array();
     for (const Step step : explanation.passed)
         passed.push_back(StepText(step));
+    Json trace = Json::array();
+    for (const ExplainedLine& line : explanation.trace)
+        trace.push_back({{"at", NumberOrNull(line.at)}, {"text", line.text}});
     return {{"kind", explanation.isGpo ? "gpo" : "policy"},
             {"scope", ScopeText(pass.scope)},
             {"call", pass.call},
@@ -84,7 +104,8 @@ Json ExplanationJson(const Report& report, const Explanation& explanation)
             {"step", StepText(explanation.step)},
             {"why", TextOrNull(explanation.why)},
             {"passed", passed},
-            {"trace", explanation.trace}};
+            {"took", NumberOrNull(explanation.took)},
+            {"trace", trace}};
 }
 
 } // namespace
@@ -100,10 +121,12 @@ std::string FormatExplanations(const Report& report, const std::vector<Explanati
         text += "  " + style.paint(InkOf(explanation.fate), VisibleText(FateLine(explanation))) + "\n";
         if (!explanation.passed.empty())
             text += Indented(PassedLine(explanation), 2);
+        if (explanation.took)
+            text += Indented("took " + std::to_string(*explanation.took) + " ms", 2);
         if (!explanation.trace.empty())
-            text += "  the trace:\n";
-        for (const std::string& line : explanation.trace)
-            text += Indented(line, 4);
+            text += "  the trace, from the call's beginning on:\n";
+        for (const ExplainedLine& line : explanation.trace)
+            text += Indented(LineText(line), 4);
     }
     return text;
 }

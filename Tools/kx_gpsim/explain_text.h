@@ -22,8 +22,9 @@ namespace kx {
 ///   version    1; rises when a key changes its meaning or goes
 ///   name       what was asked for
 ///   matches[]  kind ("gpo", "policy"), scope, call, name, id, gpo and gpoName (display name and GUID), link,
-///              fate ("taken", "let through", "excluded", "stopped", "deleted"), step, why, passed[] and
-///              trace[]; null stands for what is not known or not there
+///              fate ("taken", "let through", "excluded", "stopped", "deleted"), step, why, passed[], took
+///              (milliseconds, of a GPO), and trace[] of at (milliseconds since the call began) and text;
+///              null stands for what is not known or not there
 [[nodiscard]] nlohmann::ordered_json
 ExplanationsJson(const Report& report, const std::vector<Explanation>& explanations, std::string_view name);
 

@@ -18,6 +18,9 @@ CkxPlatform::CkxPlatform(const CkxRunFolder& folder, bool planOnly)
 {
     for (const wchar_t* name : {L"DLIB_SHUT_UP", L"DLIB_SILENCE", L"DLIB_NO_KX_DEFAULTS"})
         ::SetEnvironmentVariableW(name, nullptr);
+    // Our own configuration needs no confirmation, which would go to this program's standard error.
+    if (folder.HasOwnConfiguration())
+        ::SetEnvironmentVariableW(L"DLIB_SILENCE", L"1");
     if (!HasDateTimes())
         _m_dateTimes.emplace();
     if (!planOnly)

@@ -9,7 +9,8 @@
 
 /// What the extension needs of the platform, filled in where the platform has it not, until the end of this
 /// object: the evaluation of item-level targeting and WMI's date-time class. Also keeps the environment's
-/// switches for tracing away from the extension. REQUIRES: COM on the thread.
+/// switches for tracing away from the extension, but for what goes with the folder's own configuration.
+/// REQUIRES: COM on the thread.
 class CkxPlatform {
   public:
     /// Without `planOnly` targeting is provided too.

@@ -104,8 +104,12 @@ class TimelineMaker {
 
     Json Make()
     {
-        for (const TraceStep& step : ReadSteps(_m_pass))
+        std::optional<std::int64_t> last;
+        for (const TraceStep& step : ReadSteps(_m_pass)) {
             _Add(step);
+            last = step.at;
+        }
+        _End(last);
         return std::move(_m_entries);
     }
 
@@ -115,9 +119,15 @@ class TimelineMaker {
         const Json gpo = step.gpo ? Json(_m_gpoPlaces[*step.gpo]) : Json();
         const char* const kind = KindOf(step);
         if (_m_entries.empty() || step.isHeading || _m_entries.back()["kind"] != kind ||
-            _m_entries.back()["gpo"] != gpo)
-            _m_entries.push_back(
-                {{"kind", kind}, {"gpo", gpo}, {"at", _At(step)}, {"logged", 0}, {"lines", Json::array()}});
+            _m_entries.back()["gpo"] != gpo) {
+            _End(step.at);
+            _m_entries.push_back({{"kind", kind},
+                                  {"gpo", gpo},
+                                  {"at", step.at ? Json(*step.at) : Json()},
+                                  {"took", nullptr},
+                                  {"logged", 0},
+                                  {"lines", Json::array()}});
+        }
         Json& entry = _m_entries.back();
         if (step.step == Step::Logged && step.severity.empty() && !step.subject.empty())
             entry["logged"] = entry["logged"].get<std::size_t>() + 1;
@@ -127,21 +137,16 @@ class TimelineMaker {
                                       {"text", _m_secrets.MaskLine(_m_pass.trace[step.line])}});
     }
 
-    Json _At(const TraceStep& step)
+    // What an entry stands for goes on until the next one begins.
+    void _End(std::optional<std::int64_t> at)
     {
-        constexpr std::int64_t day = 24LL * 60 * 60 * 1000;
-        if (!step.timeOfDay)
-            return nullptr;
-        if (!_m_start)
-            _m_start = step.timeOfDay;
-        const std::int64_t passed = *step.timeOfDay - *_m_start;
-        return passed < 0 ? passed + day : passed;
+        if (!_m_entries.empty() && at && !_m_entries.back()["at"].is_null())
+            _m_entries.back()["took"] = *at - _m_entries.back()["at"].get<std::int64_t>();
     }
 
     const PassResult& _m_pass;
     std::vector<std::size_t> _m_gpoPlaces;
     const SecretPaths& _m_secrets;
-    std::optional<std::int64_t> _m_start;
     Json _m_entries = Json::array();
 };
 

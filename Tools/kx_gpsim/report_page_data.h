@@ -8,6 +8,7 @@
 //                   kind     "call", "gpo", "configuration" or "sending"
 //                   gpo      place in gpos; null for the others
 //                   at       milliseconds since the pass's first line; null where the trace has no times
+//                   took     milliseconds until the next entry, the last one's until its last line; or null
 //                   logged   instances that were recorded meanwhile
 //                   lines[]  of step, severity and text: what the trace says but for those instances
 //

@@ -13,6 +13,10 @@ namespace {
 
 constexpr const wchar_t* kStandInName = L"kx_targeting.dll";
 
+// The prefix that lines have by default, behind a time.
+constexpr std::string_view kConfiguration =
+    "prefix@file@@all@<%HOUR>:<%MIN>:<%SEC>.<%MSEC> <%PID>:<%FILE>(<%LINE>):\n";
+
 void CopyOne(const std::wstring& from, const std::wstring& to)
 {
     if (!::CopyFileW(from.c_str(), to.c_str(), FALSE))
@@ -50,6 +54,7 @@ CkxRunFolder::CkxRunFolder(const std::string& wanted, bool keep, const std::wstr
     _Make(wanted);
     try {
         _Copy(extension);
+        _Configure();
     } catch (...) {
         _Remove();
         throw;
@@ -88,6 +93,16 @@ void CkxRunFolder::_Copy(const std::wstring& extension) const
         CopyOne(standIn, StandIn());
     for (const std::wstring& ofEarlierRun : {TargetingReport(), TargetingFacts()})
         fs::remove(ofEarlierRun, ignored);
+}
+
+// What a user has put there, to see more or less, is left alone.
+void CkxRunFolder::_Configure()
+{
+    const std::wstring path = _m_path + L"\\kx_gpext.cfg";
+    std::string text;
+    if (kx::ReadBytes(path, text) == ERROR_FILE_NOT_FOUND)
+        kx::WriteText(kx::Narrow(path), text = kConfiguration);
+    _m_hasOwnConfiguration = text == kConfiguration;
 }
 
 void CkxRunFolder::StateFacts(std::string_view facts) const

@@ -9,7 +9,8 @@ class CkxRunFolder {
   public:
     /// Makes the folder: `wanted`, which may be there already, or a new one under the temporary folder where
     /// that is empty. Copies `extension` into it, byte for byte, and the stand-in for targeting, where one
-    /// stands beside the extension. An earlier run's facts and findings go. Without `keep` a temporary one
+    /// stands beside the extension, and has the trace carry times, unless a configuration of the user's
+    /// stands in the folder already. An earlier run's facts and findings go. Without `keep` a temporary one
     /// goes at the end. Throws ToolError.
     CkxRunFolder(const std::string& wanted, bool keep, const std::wstring& extension);
     ~CkxRunFolder();
@@ -20,6 +21,9 @@ class CkxRunFolder {
     void StateFacts(std::string_view facts) const;
 
     [[nodiscard]] const std::wstring& Path() const { return _m_path; }
+
+    /// Whether the trace is configured as this class does it: as by default, with times.
+    [[nodiscard]] bool HasOwnConfiguration() const { return _m_hasOwnConfiguration; }
 
     /// Whether it outlives this object.
     [[nodiscard]] bool Stays() const { return _m_stays; }
@@ -44,10 +48,12 @@ class CkxRunFolder {
   private:
     void _Make(const std::string& wanted);
     void _Copy(const std::wstring& extension) const;
+    void _Configure();
     void _Remove() const;
 
     std::wstring _m_path;
     bool _m_stays;
+    bool _m_hasOwnConfiguration = false;
 };
 
 /// The extension's module to run: the one named, or the one beside this program. Throws ToolError where it

@@ -156,9 +156,8 @@ int NumberAt(std::string_view text, std::size_t at, std::size_t size)
     return number;
 }
 
-} // namespace
-
-std::optional<std::int64_t> CutTraceTime(std::string_view& line)
+// Gives the milliseconds since midnight.
+std::optional<std::int64_t> CutTimeOfDay(std::string_view& line)
 {
     constexpr std::string_view date = "dddd-dd-dd ";
     constexpr std::string_view time = "dd:dd:dd.ddd ";
@@ -174,8 +173,22 @@ std::optional<std::int64_t> CutTraceTime(std::string_view& line)
     return seconds * 1000 + milliseconds;
 }
 
+} // namespace
+
+std::optional<std::int64_t> CkxTraceClock::Cut(std::string_view& line)
+{
+    constexpr std::int64_t day = 24LL * 60 * 60 * 1000;
+    const auto time = CutTimeOfDay(line);
+    if (!time)
+        return std::nullopt;
+    if (!_m_first)
+        _m_first = time;
+    return *time < *_m_first ? *time - *_m_first + day : *time - *_m_first;
+}
+
 TraceLine ParseTraceLine(std::string_view line)
 {
+    (void)CutTimeOfDay(line);
     TraceLine parts;
     if (CutPrefix(line, parts))
         CutSeverity(parts);

@@ -22,11 +22,20 @@ struct TraceLine {
     }
 };
 
+/// Reads a line, with or without a time at its beginning.
 [[nodiscard]] TraceLine ParseTraceLine(std::string_view line);
 
-/// Takes a time of day, and a date before it, off the line's beginning: "[yyyy-mm-dd ]HH:MM:SS.mmm ". Gives
-/// the milliseconds since midnight; none, and the line stays, where it does not begin so.
-[[nodiscard]] std::optional<std::int64_t> CutTraceTime(std::string_view& line);
+/// Tells when the lines of a trace were written, where they begin with a local time, "12:34:56.789 ", with or
+/// without a date "2026-01-31 " before it. REQUIRES: the lines' order, and less than a day between any two.
+class CkxTraceClock {
+  public:
+    /// Takes the time off the line's beginning. Gives the milliseconds since the first line that had one,
+    /// also past midnight; none, and the line stays, where it does not begin so.
+    [[nodiscard]] std::optional<std::int64_t> Cut(std::string_view& line);
+
+  private:
+    std::optional<std::int64_t> _m_first; ///< since midnight
+};
 
 /// How a line about targeting concerns an evaluation.
 enum class TargetingLine {

@@ -82,7 +82,7 @@ class Reader {
         std::string_view text = _m_pass.trace[number];
         TraceStep step;
         step.line = number;
-        step.timeOfDay = CutTraceTime(text);
+        step.at = _m_clock.Cut(text);
         const TraceLine line = ParseTraceLine(text);
         step.severity = line.severity;
         if (line.message.starts_with("   DeletedGPOList") || line.message.starts_with("   ChangedGPOList")) {
@@ -152,6 +152,7 @@ class Reader {
     }
 
     const PassResult& _m_pass;
+    CkxTraceClock _m_clock;
     std::vector<TraceStep> _m_steps;
     std::optional<TraceStep> _m_heading;
     std::optional<std::size_t> _m_current;

@@ -21,13 +21,13 @@ enum class Step { Call, Load, GpoTargeting, Migration, Version, PolicyTargeting,
 /// A line of the trace that belongs to a step.
 struct TraceStep {
     Step step = Step::Call;
-    std::size_t line = 0;                  ///< in PassResult::trace
-    std::optional<std::size_t> gpo;        ///< in PassResult::gpos; none where it is about the whole call
-    bool isHeading = false;                ///< the GPO's steps begin here
-    std::string subject;                   ///< the policy, or configuration path, that the line names
-    std::string id;                        ///< of the policy, where the line names it
-    std::string_view severity;             ///< "error", "warning" or ""
-    std::optional<std::int64_t> timeOfDay; ///< in milliseconds, where the trace carries times
+    std::size_t line = 0;           ///< in PassResult::trace
+    std::optional<std::size_t> gpo; ///< in PassResult::gpos; none where it is about the whole call
+    bool isHeading = false;         ///< the GPO's steps begin here
+    std::string subject;            ///< the policy, or configuration path, that the line names
+    std::string id;                 ///< of the policy, where the line names it
+    std::string_view severity;      ///< "error", "warning" or ""
+    std::optional<std::int64_t> at; ///< milliseconds since the call began, where the trace carries times
 };
 
 /// The lines of the pass's trace that tell of a step; those of the layers below are left out. What names no
