@@ -188,14 +188,18 @@ CkxGpoSource OfScopeFolder(const fs::path& folder, kx::GpoRequest request)
 std::vector<CkxGpoSource> GposIn(const fs::path& folder, const kx::GpoRequest& request)
 {
     std::vector<CkxGpoSource> gpos;
+    const auto add = [&](const fs::path& gpo, Neighbours neighbours) {
+        gpos.push_back(OfGpoFolder(gpo, request, neighbours));
+        gpos.back().request.path = kx::Narrow(gpo.wstring());
+    };
     const bool several = HoldsSeveral(folder);
     for (const fs::path& each : FoldersIn(folder)) {
         if (IsGpoFolder(each))
-            gpos.push_back(OfGpoFolder(each, request, several));
+            add(each, several);
         else
             for (const fs::path& inner : FoldersIn(each))
                 if (IsGuidName(inner) && IsGpoFolder(inner))
-                    gpos.push_back(OfGpoFolder(inner, request));
+                    add(inner, {});
     }
     const bool named = !request.name.empty() || !request.displayName.empty();
     if (gpos.size() > 1 && named)

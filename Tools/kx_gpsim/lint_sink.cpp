@@ -87,7 +87,8 @@ const XmlAttribute* WantAttribute(const XmlElement& element, std::string_view na
             return nullptr;
         }
     if (!missingId.empty())
-        sink.Add(missingId, where, element.place, "<" + element.name + "> has no " + std::string(name));
+        sink.Add(missingId, where, element.place,
+                 CallOf(element, element.name == "Policy" ? "gpid" : "id") + " has no " + std::string(name));
     return nullptr;
 }
 
