@@ -1,0 +1,63 @@
+// Any file: its tree compares equal to itself, all rules look at it, their findings stand in it, and what a
+// CI is given is XML.
+
+#include "Tools/kx_gpsim/element_diff.h"
+#include "Tools/kx_gpsim/lint_json.h"
+#include "Tools/kx_gpsim/lint_junit.h"
+#include "Tools/kx_gpsim/lint_rules.h"
+#include "Tools/kx_gpsim/lint_text.h"
+#include "Tools/kx_gpsim/xml_encoding.h"
+#include "Tools/kx_gpsim/xml_fault.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+namespace {
+
+void Require(bool holds)
+{
+    if (!holds)
+        std::abort();
+}
+
+// The element as each of the files that have rules, in two GPOs, so that they meet each other.
+kx::LintInput SetOf(const kx::XmlElement& root)
+{
+    kx::LintInput input;
+    input.isKnownFilter = [](std::string_view name) { return name == "FilterUser"; };
+    for (const char* const gpo : {"{1}", "{2}"}) {
+        kx::LintFolder folder;
+        for (const kx::PolicyFile which :
+             {kx::PolicyFile::Policies, kx::PolicyFile::ApplicationGroups, kx::PolicyFile::Migration})
+            folder.files.push_back({which, "file", std::nullopt, root});
+        input.gpos.push_back({gpo, gpo, gpo, {folder}});
+    }
+    return input;
+}
+
+void Look(const kx::XmlElement& root, std::string_view text)
+{
+    const auto lines = 1 + std::count(text.begin(), text.end(), '\n');
+    const kx::LintReport report = kx::Lint(SetOf(root));
+    for (const kx::LintFinding& finding : report.findings)
+        Require(finding.line <= lines);
+    const auto junit = kx::ParseXmlTree(kx::FormatLintJUnit(report, kx::LintSeverity::Note));
+    Require(junit && junit->name == "testsuites");
+    Require(!kx::FormatLintJson(report).empty());
+    Require(kx::FormatLintText(report).find('\x1B') == std::string::npos);
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    const std::string text = kx::Utf8OfXmlFile(std::string_view(reinterpret_cast<const char*>(data), size));
+    const auto fault = kx::FindXmlFault(text);
+    Require(!fault || (fault->line > 0 && fault->column > 0));
+    const auto root = kx::ParseXmlTree(text);
+    if (!root)
+        return 0;
+    Require(kx::CompareElements(*root, *root).empty());
+    Look(*root, text);
+    return 0;
+}
