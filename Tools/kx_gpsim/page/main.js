@@ -65,6 +65,7 @@ function activate(id) {
     if (each === view) each.link.setAttribute("aria-current", "page");
     else each.link.removeAttribute("aria-current");
   }
+  byId("legend").hidden = view.id !== "policies";
   view.table?.render();
 }
 

@@ -142,7 +142,7 @@ function entryFacts(entry) {
     if (gpo.letThrough.length) facts.push(`${format(gpo.letThrough.length)} let through`);
   }
   if (entry.logged) facts.push(`${format(entry.logged)} recorded`);
-  if (entry.took !== null) facts.push(`took ${format(entry.took)} ms`);
+  if (entry.took !== null) facts.push(entry.took === 0 ? "took under 1 ms" : `took ${format(entry.took)} ms`);
   return facts.join(" · ");
 }
 
