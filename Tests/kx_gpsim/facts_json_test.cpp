@@ -51,6 +51,7 @@ TEST(FactsJson, WhatIsRefusedIsNamed)
         const char* error;
     } rows[] = {
         {"{", "no JSON at line 1, column 1"},
+        {R"({"computer": {"ramMB": 1e999}})", "a number in it is too large"},
         {"[]", "it is not a JSON object"},
         {R"({"usr": {}})", "/usr is no fact that is known"},
         {R"({"user": {"groups": []}})", "/user/groups is no fact that is known"},

@@ -22,6 +22,8 @@ json ParseJson(std::string_view text, const std::string& file)
         const std::size_t lineStart = before.rfind('\n') + 1; // npos + 1 is 0
         throw UsageError(file + ": no JSON at line " + std::to_string(line) + ", column " +
                          std::to_string(end - std::min(lineStart, end)));
+    } catch (const json::out_of_range&) { // the only thing in a text that is so
+        throw UsageError(file + ": a number in it is too large");
     }
 }
 
