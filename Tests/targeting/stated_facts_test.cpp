@@ -1,8 +1,6 @@
 // Filters over a facts file and a machine: what each answers, whom it believes, and what a file may hold.
 
-#include "Tests/targeting/fake_facts.h"
-#include "Tools/targeting/item_decision.h"
-#include "Tools/targeting/stated_facts.h"
+#include "Tests/targeting/ask_filter.h"
 
 #include <gtest/gtest.h>
 
@@ -10,35 +8,6 @@ namespace {
 
 using std::wstring;
 using std::wstring_view;
-
-enum Answer { Yes, No, CannotTell };
-
-/// One filter, written "FilterName attribute=value|attribute=value".
-kx::FilterElement Filter(wstring_view text)
-{
-    kx::FilterElement filter;
-    const std::size_t split = std::min(text.find(L' '), text.size());
-    filter.name = text.substr(0, split);
-    text.remove_prefix(std::min(split + 1, text.size()));
-    while (!text.empty()) {
-        const wstring_view one = text.substr(0, text.find(L'|'));
-        const std::size_t equals = one.find(L'=');
-        filter.attributes.push_back({wstring(one.substr(0, equals)), wstring(one.substr(equals + 1))});
-        text.remove_prefix(std::min(one.size() + 1, text.size()));
-    }
-    return filter;
-}
-
-Answer Ask(wstring_view filter, wstring_view stated, const FakeFacts& machine)
-{
-    const kx::FactsFile file = kx::ParseFacts(stated);
-    const kx::StatedFacts facts(file, machine);
-    const kx::FilterElement element = Filter(filter);
-    const kx::ItemDecision decision = kx::DecideItem(std::span(&element, 1), facts);
-    if (!decision.findings.empty())
-        return CannotTell;
-    return decision.passes ? Yes : No;
-}
 
 struct Row {
     int line;

@@ -17,6 +17,11 @@ constexpr const FilterKind* kKinds[] = {
 
 } // namespace
 
+std::span<const FilterKind* const> FilterKinds()
+{
+    return kKinds;
+}
+
 const FilterKind* FindFilterKind(std::wstring_view element)
 {
     const auto* const found = std::find_if(std::begin(kKinds), std::end(kKinds),

@@ -68,6 +68,9 @@ extern const FilterKind kUserFilter;
 extern const FilterKind kVariableFilter;
 extern const FilterKind kWmiFilter;
 
+/// All kinds, sorted by the constants' names.
+[[nodiscard]] std::span<const FilterKind* const> FilterKinds();
+
 /// The kind of filter that the element is, or null where it is none that is known.
 [[nodiscard]] const FilterKind* FindFilterKind(std::wstring_view element);
 
