@@ -56,6 +56,8 @@ bool IsOneOf(wstring_view text)
     return ParseWord(words, text).has_value();
 }
 
+constexpr bool (*kIsYesNo)(wstring_view) = IsOneOf<kYesNo>;
+
 // What C: is stated under.
 bool IsDriveLetter(wstring_view text)
 {
@@ -73,7 +75,7 @@ struct FactKey {
 
 constexpr FactKey kKeys[] = {
     {L"absent", Count::Many, IsAnything},
-    {L"computer.battery", Count::One, IsOneOf<kYesNo>},
+    {L"computer.battery", Count::One, kIsYesNo},
     {L"computer.cpuMHz", Count::One, IsNumber},
     {L"computer.dns", Count::One, IsAnything},
     {L"computer.domain", Count::Many, IsAnything},
@@ -83,7 +85,7 @@ constexpr FactKey kKeys[] = {
     {L"computer.mac", Count::Many, IsMac},
     {L"computer.name", Count::One, IsAnything},
     {L"computer.ou", Count::One, IsDistinguishedName},
-    {L"computer.pcCard", Count::One, IsOneOf<kYesNo>},
+    {L"computer.pcCard", Count::One, kIsYesNo},
     {L"computer.portable", Count::One, IsOneOf<kPortableStates>},
     {L"computer.primaryGroup", Count::One, IsAnything},
     {L"computer.ramMB", Count::One, IsNumber},
@@ -136,7 +138,7 @@ FactKind KindOf(const FactKey& key)
 {
     if (key.isValue == &IsNumber)
         return FactKind::Number;
-    return key.isValue == &IsOneOf<kYesNo> ? FactKind::YesNo : FactKind::Text;
+    return key.isValue == kIsYesNo ? FactKind::YesNo : FactKind::Text;
 }
 
 wstring_view Trimmed(wstring_view text)
