@@ -8,7 +8,7 @@
 
 #include <gmock/gmock.h>
 
-#include <chrono>
+#include <ctime>
 
 namespace {
 
@@ -294,12 +294,12 @@ TEST(Report, TakesTimeInProportion)
         pass.policies.back().id = id;
         pass.recorded.push_back(Recorded(true, id, static_cast<std::uint32_t>(count - at), kDairy));
     }
-    const auto begin = std::chrono::steady_clock::now();
+    const std::clock_t begin = std::clock(); // the processor's time, however busy the machine is
     const kx::Report report = kx::MakeReport({{pass}, ""});
     EXPECT_GT(kx::FormatReportText(report).size(), 100U * count);
     EXPECT_EQ(report.repeatedIds.front().policies.size(), count / 2U);
-    // Generous for sanitizers and a loaded machine: with a quadratic step it would take minutes.
-    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(60));
+    // Generous for sanitizers: with a quadratic step it would take minutes.
+    EXPECT_LT((std::clock() - begin) / CLOCKS_PER_SEC, 60);
 }
 
 } // namespace
