@@ -11,7 +11,6 @@ namespace {
 
 using namespace kx_test;
 using nlohmann::json;
-using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::UnorderedElementsAre;
