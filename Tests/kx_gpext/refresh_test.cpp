@@ -126,6 +126,31 @@ TEST_F(WholeRefresh, OtherFilesFollowThePoliciesWhole)
             "        GUI version=\"5\"\n          Text id=\"1\"\n            text: Ask the helpdesk\n"));
 }
 
+// The parser may keep a namespace with the document that its name was read from; the names live longer.
+TEST_F(WholeRefresh, NamesWithANamespaceOutliveTheirFiles)
+{
+    const auto many = [](const std::string& name) {
+        std::string attributes;
+        for (int i = 0; i < 150; ++i)
+            attributes += " " + name + std::to_string(i) + "='1'";
+        return attributes;
+    };
+    CkxListedGpo gpo = MakeGpo(kGpoA, {});
+    WritePolicyFile(kGpoA, L"Policies.xml",
+                    "<GpoPolicies version='5' xmlns:o='urn:outer'" + many("p") +
+                        "><Policy order='1'><o:Kept o:as='it is'/></Policy></GpoPolicies>");
+    WritePolicyFile(kGpoA, L"GUI.xml",
+                    "<GUI version='5'" + many("a") + "><Text id='1' xml:space='preserve'>1</Text></GUI>");
+    WritePolicyFile(kGpoA, L"Tokens.xml", "<Tokens version='5'" + many("b") + "/>");
+    for (int round = 0; round < 20; ++round) {
+        _m_changed.Add(gpo);
+        ASSERT_EQ(Refresh(kUser), 0U);
+        const std::wstring document = ReceivedDocument();
+        ASSERT_NE(document.find(L" xml:space=\"preserve\""), std::wstring::npos) << round;
+        ASSERT_NE(document.find(L"<o:Kept o:as=\"it is\""), std::wstring::npos) << round;
+    }
+}
+
 // Each row damages the middle GPO of three; the others must arrive as if nothing was wrong.
 TEST_F(WholeRefresh, AFaultyGpoHarmsNoOther)
 {

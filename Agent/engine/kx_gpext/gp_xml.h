@@ -10,6 +10,7 @@
 
 #include <array>
 #include <string>
+#include <vector>
 
 namespace kx {
 struct AppendedSet;
@@ -62,6 +63,7 @@ class CkxGpXml : public CAccessToken {
 
     struct LoadedFile {
         CkxXMLNode root; ///< empty when the file is absent
+        CkxXMLNode document;
         int version = 0;
     };
 
@@ -102,6 +104,9 @@ class CkxGpXml : public CAccessToken {
     [[nodiscard]] HRESULT _LoadXmlFile(const CkxKxGroupPolicyObject& gpo, const CString& folder,
                                        kx::PolicyFile which, LoadedFile& file) const;
 
+    /// For elements that are about to move into the update: a parser may keep what they refer to, such as
+    /// the namespace of a name, with the document that they were read from.
+    void _KeepDocuments(const LoadedFiles& files);
     [[nodiscard]] bool _ProcessGPOPolicies(const CkxKxGroupPolicyObject& gpo, LoadedFiles& files,
                                            const CkxXMLNode& gpoElement);
     [[nodiscard]] bool _MergePolicies(const CkxKxGroupPolicyObject& gpo, const LoadedFiles& files,
@@ -128,8 +133,9 @@ class CkxGpXml : public CAccessToken {
     PFNSTATUSMESSAGECALLBACK _m_statusCallback;
     int _m_changedCount = 0;
     CkxRsopLog _m_rsopLog;
-    CkxWorkFolder _m_workFolder;      ///< of the targeting filter, once it was needed
-    CkxXMLDocumentFactory _m_factory; ///< obtained with the service's own identity
+    CkxWorkFolder _m_workFolder;        ///< of the targeting filter, once it was needed
+    CkxXMLDocumentFactory _m_factory;   ///< obtained with the service's own identity
+    std::vector<CkxXMLNode> _m_sources; ///< whose elements the update may hold; they outlive it
     CkxXMLDocument _m_xmldocGPUpdate{_m_factory};
     CkxXMLNode _m_changedGPOs;
     CkxXMLNode _m_deletedGPOs;

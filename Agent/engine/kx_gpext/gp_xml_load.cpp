@@ -86,5 +86,6 @@ HRESULT CkxGpXml::_LoadXmlFile(const CkxKxGroupPolicyObject& gpo, const CString&
         return E_FAIL;
     }
     file.root = root;
+    file.document = document;
     return S_OK;
 }

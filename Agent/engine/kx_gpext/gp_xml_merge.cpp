@@ -21,6 +21,13 @@ constexpr MovedRoot kMovedRoots[] = {{kx::PolicyFile::ApplicationGroups, "Applic
 
 } // namespace
 
+void CkxGpXml::_KeepDocuments(const LoadedFiles& files)
+{
+    for (const LoadedFile& file : files)
+        if (!file.root.IsNull())
+            _m_sources.push_back(file.document);
+}
+
 bool CkxGpXml::_ProcessGPOPolicies(const CkxKxGroupPolicyObject& gpo, LoadedFiles& files,
                                    const CkxXMLNode& gpoElement)
 {
@@ -42,6 +49,7 @@ bool CkxGpXml::_ProcessGPOPolicies(const CkxKxGroupPolicyObject& gpo, LoadedFile
         return false;
     }
     (void)policies.SetAttribute(L"version", kFileVersion);
+    _KeepDocuments(files);
     if (!_MergePolicies(gpo, files, policies))
         return false;
     for (const MovedRoot& moved : kMovedRoots) {
