@@ -196,6 +196,7 @@ bool CkxXMLDocument::SaveToString(CComBSTR& xml) const
     const HRESULT hr = rootIsAll ? root->get_xml(&text) : _m_document->get_xml(&text);
     if (hr != S_OK)
         return ReportFailed("SaveToString", "get_xml", hr);
+    _EscapeNamespaces(text);
     xml = std::move(text);
     return true;
 }

@@ -2,9 +2,12 @@
 
 #include "Common_CPP/trace/trace.h"
 #include "Common_CPP/xml/xml_in_bstr.h"
+#include "Common_CPP/xml/xml_namespaces.h"
 #include "Common_CPP/xml/xml_node_report.h"
 #include "Common_CPP/xml/xml_text.h"
 
+#include <exception>
+#include <string>
 #include <string_view>
 
 KXT_CLASS("CkxXMLNode");
@@ -60,8 +63,21 @@ bool CkxXMLNode::GetXml(CComBSTR& xml) const
     const HRESULT hr = _m_node->get_xml(&text);
     if (hr != S_OK)
         return Report::Failed("GetXml", "get_xml", hr);
+    _EscapeNamespaces(text);
     xml = std::move(text);
     return true;
+}
+
+void CkxXMLNode::_EscapeNamespaces(CComBSTR& xml)
+{
+    std::wstring escaped;
+    try {
+        if (!kx::EscapeNamespaces(std::wstring_view(xml.m_str, xml.Length()), escaped))
+            return;
+    } catch (const std::exception&) {
+        AtlThrow(E_OUTOFMEMORY);
+    }
+    xml = CComBSTR(static_cast<int>(escaped.size()), escaped.c_str());
 }
 
 bool CkxXMLNode::GetText(CString& text) const

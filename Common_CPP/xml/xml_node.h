@@ -158,6 +158,9 @@ class CkxXMLNode {
     [[nodiscard]] bool ReplaceChild(const CkxXMLNode& replacement, const CkxXMLNode& child) const;
 
   protected:
+    /// Makes text that the parser has written readable for all parsers.
+    static void _EscapeNamespaces(CComBSTR& xml);
+
     CComPtr<IXMLDOMNode> _m_node;
 
   private:

@@ -1,5 +1,7 @@
 #include "Common_CPP/xml/xml_start_tag.h"
 
+#include "Common_CPP/xml/xml_scan.h"
+
 #include <algorithm>
 #include <cstdint>
 
@@ -7,16 +9,11 @@ namespace kx {
 
 namespace {
 
-// An object, so that the searches that it is handed to take it in.
-constexpr auto IsSpace = [](auto character) {
-    return character == ' ' || character == '\t' || character == '\r' || character == '\n';
-};
-
 template <class Char>
 void SkipSpaces(std::basic_string_view<Char>& text)
 {
     text.remove_prefix(
-        static_cast<std::size_t>(std::find_if_not(text.begin(), text.end(), IsSpace) - text.begin()));
+        static_cast<std::size_t>(std::find_if_not(text.begin(), text.end(), IsXmlSpace) - text.begin()));
 }
 
 // Takes what stands before the first `mark`, and the mark. False where there is none.
@@ -29,50 +26,6 @@ bool TakeThrough(std::basic_string_view<Char>& text, char mark, std::basic_strin
     taken = text.substr(0, size);
     text.remove_prefix(size + 1);
     return true;
-}
-
-template <class Char>
-bool Equals(std::basic_string_view<Char> text, std::string_view ascii)
-{
-    return std::equal(text.begin(), text.end(), ascii.begin(), ascii.end(),
-                      [](Char left, char right) { return left == static_cast<Char>(right); });
-}
-
-// The character that "#65" or "#x41" stands for; 0 for none.
-template <class Char>
-std::uint32_t NumberedCharacter(std::basic_string_view<Char> digits, std::uint32_t base)
-{
-    std::uint32_t code = 0;
-    for (const Char digit : digits) {
-        std::uint32_t value = base;
-        if (digit >= '0' && digit <= '9')
-            value = static_cast<std::uint32_t>(digit - '0');
-        else if (digit >= 'a' && digit <= 'f')
-            value = static_cast<std::uint32_t>(digit - 'a') + 10;
-        else if (digit >= 'A' && digit <= 'F')
-            value = static_cast<std::uint32_t>(digit - 'A') + 10;
-        if (value >= base || code > 0x10FFFF)
-            return 0;
-        code = code * base + value;
-    }
-    return code <= 0x10FFFF ? code : 0;
-}
-
-// The character that a reference names, without its "&" and ";"; 0 for none.
-template <class Char>
-std::uint32_t ReferencedCharacter(std::basic_string_view<Char> reference)
-{
-    constexpr struct {
-        std::string_view name;
-        char character;
-    } named[] = {{"amp", '&'}, {"lt", '<'}, {"gt", '>'}, {"quot", '"'}, {"apos", '\''}};
-
-    for (const auto& entry : named)
-        if (Equals(reference, entry.name))
-            return static_cast<std::uint32_t>(entry.character);
-    if (reference.size() > 2 && reference[0] == '#' && reference[1] == 'x')
-        return NumberedCharacter(reference.substr(2), 16);
-    return reference.size() > 1 && reference[0] == '#' ? NumberedCharacter(reference.substr(1), 10) : 0;
 }
 
 template <class Char>
@@ -110,7 +63,7 @@ std::basic_string_view<Char> AttributeName(std::basic_string_view<Char> text)
     const auto isNoName = [](Char character) { return character == '>' || character == '/'; };
     if (std::any_of(text.begin(), text.end(), isNoName))
         return {};
-    const auto end = std::find_if(text.begin(), text.end(), IsSpace);
+    const auto end = std::find_if(text.begin(), text.end(), IsXmlSpace);
     return text.substr(0, static_cast<std::size_t>(end - text.begin()));
 }
 
@@ -122,7 +75,7 @@ bool ReadStartTagAttribute(std::basic_string_view<Char> xml, std::basic_string_v
 {
     if (xml.empty() || xml.front() != '<')
         return false;
-    const auto isEnd = [](Char character) { return IsSpace(character) || character == '>'; };
+    const auto isEnd = [](Char character) { return IsXmlSpace(character) || character == '>'; };
     xml.remove_prefix(static_cast<std::size_t>(std::find_if(xml.begin(), xml.end(), isEnd) - xml.begin()));
     for (;;) {
         SkipSpaces(xml);

@@ -151,6 +151,19 @@ TEST_F(WholeRefresh, NamesWithANamespaceOutliveTheirFiles)
     }
 }
 
+TEST_F(WholeRefresh, AnOddNamespaceDoesNotSpoilTheDocument)
+{
+    CkxListedGpo gpo = MakeGpo(kGpoA, {});
+    WritePolicyFile(
+        kGpoA, L"Policies.xml",
+        "<GpoPolicies version='5'><Policy order='1'><x:Any xmlns:x='&lt;a href=&quot;&amp;b&quot;>'/>"
+        "</Policy></GpoPolicies>");
+    _m_changed.Add(gpo);
+    _m_changed.Add(MakeGpo(kGpoB, {"1"}));
+    EXPECT_EQ(Refresh(kUser), 0U);
+    EXPECT_EQ(ReceivedOrders(), "100001 1");
+}
+
 // Each row damages the middle GPO of three; the others must arrive as if nothing was wrong.
 TEST_F(WholeRefresh, AFaultyGpoHarmsNoOther)
 {
