@@ -3,6 +3,7 @@
 #include "Agent/engine/kx_gpext/gp_utils.h"
 #include "Agent/engine/kx_gpext/gpo_list.h"
 #include "Agent/engine/kx_gpext/kx_gpext.h"
+#include "Agent/engine/kx_gpext/trace_folder.h"
 #include "Common_CPP/trace/trace.h"
 #include "Common_CPP/util/util.h"
 
@@ -232,12 +233,18 @@ void CkxGpXml::Dump() const
     const CkxXMLDocument* const document = _ChosenDocument();
     if (!document)
         return;
+    CString folder;
+    if (!CkxUtil::GetModuleDir(folder, KxModule()))
+        return;
+    folder += L"\\Trace";
     CString user = _m_userName;
     user.Replace(L'\\', L'_');
-    CString path;
-    if (!CkxUtil::GetModuleDir(path, KxModule()))
+    CString path = folder;
+    path.AppendFormat(L"\\GP %I64d %s.xml", static_cast<LONGLONG>(SystemTimeNow()), user.GetString());
+    if (const DWORD error = ReserveTraceFile(folder, path); error != ERROR_SUCCESS) {
+        KXT_OUT(KXT_ERROR, "ERROR: The document is not dumped to [" << path << "]. Error=" << error);
         return;
-    path.AppendFormat(L"\\Trace\\GP %I64d %s.xml", static_cast<LONGLONG>(SystemTimeNow()), user.GetString());
+    }
     // Failures from here on have been traced, and change nothing for the agent.
     if (!HasSecret()) {
         (void)document->SaveToFile(path);

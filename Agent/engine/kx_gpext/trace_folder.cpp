@@ -1,5 +1,6 @@
 #include "Agent/engine/kx_gpext/trace_folder.h"
 
+#include "Common_CPP/util/unique_handle.h"
 #include "Common_CPP/util/util.h"
 
 #include <windows.h>
@@ -41,6 +42,21 @@ bool FillAccessList(ACL* list, DWORD size) noexcept
 }
 
 } // namespace
+
+bool IsTraceFolderLinked(const wchar_t* path) noexcept
+{
+    const DWORD attributes = ::GetFileAttributesW(path);
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+}
+
+DWORD ReserveTraceFile(const wchar_t* folder, const wchar_t* path) noexcept
+{
+    if (IsTraceFolderLinked(folder))
+        return ERROR_CANT_ACCESS_FILE;
+    const CkxFileHandle file(::CreateFileW(path, GENERIC_WRITE, FILE_SHARE_READ, nullptr, CREATE_NEW,
+                                           FILE_ATTRIBUTE_NORMAL | FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
+    return file ? static_cast<DWORD>(ERROR_SUCCESS) : ::GetLastError();
+}
 
 void CreateTraceFolder(const wchar_t* path) noexcept
 {

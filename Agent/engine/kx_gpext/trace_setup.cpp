@@ -2,9 +2,12 @@
 
 #include "Agent/engine/kx_gpext/kx_gpext.h"
 #include "Agent/engine/kx_gpext/trace_folder.h"
+#include "Common_CPP/trace/trace.h"
 #include "Common_CPP/trace/trace_control.h"
 #include "Common_CPP/util/utf8.h"
 #include "Common_CPP/util/util.h"
+
+KXT_NO_CLASS;
 
 void SetUpTrace() noexcept
 {
@@ -15,6 +18,10 @@ void SetUpTrace() noexcept
         D_SetConfigFile(kx::View(moduleFolder + L"\\kx_gpext.cfg"));
         const CString traceFolder = moduleFolder + L"\\Trace";
         CreateTraceFolder(traceFolder);
+        if (IsTraceFolderLinked(traceFolder)) {
+            KXT_OUT(KXT_ERROR, "ERROR: The trace folder leads elsewhere and is not used: " << traceFolder);
+            return;
+        }
         std::string file;
         if (kx::WideToUtf8(kx::View(traceFolder), file))
             (void)D_Directive("to_file@" + file + "\\kx_gpext.trace");
