@@ -203,6 +203,7 @@ bool ParseOptions(int count, wchar_t** arguments, Options& options)
 int Hostile(const Options& options)
 {
     g_seed = options.seed;
+    ::SetEnvironmentVariableW(L"DLIB_SILENCE", L""); // standard error is for findings
     HostileStage stage;
     const MessageStream stream;
     const ULONGLONG start = ::GetTickCount64();

@@ -2,6 +2,7 @@
 #include "Agent/engine/kx_gpext/trace_folder.h"
 #include "Common_CPP/util/unique_handle.h"
 #include "Tests/support/handle_count.h"
+#include "Tests/support/memory_use.h"
 #include "Tests/support/temp_folder.h"
 #include "Tools/host/extension_module.h"
 #include "Tools/host/patched_import.h"
@@ -123,12 +124,14 @@ TEST_F(StartUp, FiftyTimesLeaveNothingBehind)
         return slot;
     };
     const DWORD slotBefore = nextSlot();
+    const std::size_t heapBefore = HeapBytes();
     const std::size_t handlesBefore = CountHandles();
     for (int i = 0; i < 50; ++i) {
         Load();
         Unload();
     }
     EXPECT_EQ(nextSlot(), slotBefore);
+    EXPECT_LE(HeapBytes(), heapBefore + 1024);
     EXPECT_EQ(CountHandles(handlesBefore), handlesBefore);
     const CkxFileHandle alone(
         ::CreateFileW(TraceFile().c_str(), GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr));

@@ -79,8 +79,22 @@ void LanguageThreadEnds() noexcept
     }
 }
 
-#else
+// Gives back the 73 KB that the library has put aside for exceptions without memory. By now none is to come.
+namespace __gnu_cxx {
 
-void LanguageThreadEnds() noexcept {} // the compiler's library takes care of it
+void __freeres() noexcept;
+
+} // namespace __gnu_cxx
+
+void LanguageModuleUnloads() noexcept
+{
+    __gnu_cxx::__freeres();
+}
+
+#else // the compiler's library takes care of it
+
+void LanguageThreadEnds() noexcept {}
+
+void LanguageModuleUnloads() noexcept {}
 
 #endif

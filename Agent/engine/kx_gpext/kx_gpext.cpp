@@ -32,8 +32,10 @@ void OnProcessDetach(bool processEnds)
         KXT_SCOPE("DllMain");
         KXT_OUT(KXT_INFO, "INFO: <************************* DLL_PROCESS_DETACH");
     }
-    if (!processEnds)
-        D_ModuleUnloads();
+    if (processEnds)
+        return;
+    D_ModuleUnloads();
+    LanguageModuleUnloads();
 }
 
 } // namespace
