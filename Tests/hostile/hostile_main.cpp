@@ -8,6 +8,7 @@
 #include "Tests/hostile/hostile_stage.h"
 #include "Tests/hostile/message_stream.h"
 #include "Tests/support/handle_count.h"
+#include "Tests/support/memory_use.h"
 #include "Tools/host/update_message.h"
 
 #include <algorithm>
@@ -24,6 +25,7 @@ constexpr DWORD kLongestCaseMs = 60000;
 constexpr DWORD kMessageTimeoutMs = 10000;
 constexpr std::uint64_t kWarmUp = 50;
 constexpr std::size_t kHandleAllowance = 4; // the listener's locks make themselves an event each
+constexpr std::size_t kHeapAllowance = std::size_t{64} * 1024; // the listener's and the store's own
 
 // With an agent that listens, nothing else is documented: sent, or a migration command without a document.
 constexpr DWORD kCodes[] = {ERROR_SUCCESS, ERROR_XML_PARSE_ERROR};
@@ -145,10 +147,43 @@ void Show(const HostileCase& made)
                  made.plans ? ", planned before" : "");
 }
 
+// What is open and allocated, early and at the end of a run.
+class Leftovers {
+  public:
+    void Begin()
+    {
+        _m_handles = CountHandles();
+        _m_heap = HeapBytes();
+    }
+
+    /// False, said, when there is more than at the beginning.
+    [[nodiscard]] bool End() const
+    {
+        if (_m_handles == 0) // too short a run
+            return true;
+        const std::size_t handles = CountHandles(_m_handles);
+        const std::size_t heap = HeapBytes();
+        std::fprintf(stderr, "after %llu refreshes and at the end: handles %zu, %zu; heap %zu, %zu bytes\n",
+                     static_cast<unsigned long long>(kWarmUp), _m_handles, handles, _m_heap, heap);
+        const bool keepsStrings = ::GetEnvironmentVariableW(L"OANOCACHE", nullptr, 0) == 0;
+        if (handles > _m_handles + kHandleAllowance)
+            Complain("handles were left open", static_cast<unsigned long>(handles - _m_handles));
+        else if (!keepsStrings && heap > _m_heap + kHeapAllowance)
+            Complain("memory was left behind", static_cast<unsigned long>(heap - _m_heap));
+        else
+            return true;
+        return false;
+    }
+
+  private:
+    std::size_t _m_handles = 0;
+    std::size_t _m_heap = 0;
+};
+
 std::uint64_t RunAll(HostileStage& stage, const Options& options, const MessageStream& stream)
 {
     std::uint64_t failed = 0;
-    std::size_t handles = 0;
+    Leftovers leftovers;
     const std::uint64_t end = options.first + options.count;
     for (std::uint64_t number = options.first; number < end; ++number) {
         g_running = number;
@@ -161,17 +196,9 @@ std::uint64_t RunAll(HostileStage& stage, const Options& options, const MessageS
         failed += !Run(stage, made, stream);
         g_deadline = 0;
         if (number == options.first + kWarmUp)
-            handles = CountHandles();
+            leftovers.Begin();
     }
-    if (handles != 0) {
-        const std::size_t after = CountHandles(handles);
-        std::fprintf(stderr, "handles: %zu after %llu refreshes, %zu at the end\n", handles,
-                     static_cast<unsigned long long>(kWarmUp), after);
-        if (after > handles + kHandleAllowance) {
-            Complain("handles were left open", static_cast<unsigned long>(after - handles));
-            ++failed;
-        }
-    }
+    failed += !leftovers.End();
     if (stage.WrittenByTheExtension().find(c_canary) != std::string::npos) {
         Complain("text from outside stands in a file of the extension");
         ++failed;

@@ -38,6 +38,7 @@ void Put(const std::wstring& path, const HostileFile& file)
 
 HostileStage::HostileStage() : _m_token(MakeUserToken())
 {
+    (void)_m_targeting.Watch(); // kept loaded: what loading it costs is not to be seen
     const std::wstring module = _m_folder / L"kx_gpext.dll";
     _m_folder.Write(L"kx_gpext.cfg", kConfiguration);
     if (!::CopyFileW(KX_STAGE L"\\kx_gpext.dll", module.c_str(), TRUE) || !_m_token ||
