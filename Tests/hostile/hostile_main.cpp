@@ -24,6 +24,7 @@ namespace {
 constexpr DWORD kLongestCaseMs = 60000;
 constexpr DWORD kMessageTimeoutMs = 10000;
 constexpr std::uint64_t kWarmUp = 50;
+constexpr std::uint64_t kShowEvery = 10000;
 constexpr std::size_t kHandleAllowance = 4; // the listener's locks make themselves an event each
 constexpr std::size_t kHeapAllowance = std::size_t{64} * 1024; // the listener's and the store's own
 
@@ -195,6 +196,8 @@ std::uint64_t RunAll(HostileStage& stage, const Options& options, const MessageS
         g_deadline = ::GetTickCount64() + kLongestCaseMs;
         failed += !Run(stage, made, stream);
         g_deadline = 0;
+        if (const std::uint64_t done = number + 1 - options.first; done % kShowEvery == 0)
+            std::fprintf(stderr, "%llu refreshes\n", static_cast<unsigned long long>(done));
         if (number == options.first + kWarmUp)
             leftovers.Begin();
     }

@@ -69,4 +69,23 @@ TEST(WorkFolder, RefusesWhatIsNotItsOwn)
     EXPECT_EQ(work.Enter((folder / L"tmp").c_str()), static_cast<DWORD>(ERROR_INVALID_OWNER));
 }
 
+decltype(&::GetFileInformationByHandleEx) g_information = nullptr;
+
+BOOL WINAPI OfALink(HANDLE file, FILE_INFO_BY_HANDLE_CLASS kind, void* facts, DWORD size)
+{
+    const BOOL told = g_information(file, kind, facts, size);
+    static_cast<FILE_BASIC_INFO*>(facts)->FileAttributes |= FILE_ATTRIBUTE_REPARSE_POINT;
+    return told;
+}
+
+// The system under test may open a link's target whatever it is asked for, so the answer is made up.
+TEST(WorkFolder, RefusesALink)
+{
+    const TempFolder folder;
+    const PatchedImport information("GetFileInformationByHandleEx", reinterpret_cast<void*>(&OfALink));
+    g_information = information.Original<decltype(g_information)>();
+    CkxWorkFolder work;
+    EXPECT_EQ(work.Enter((folder / L"tmp").c_str()), static_cast<DWORD>(ERROR_DIRECTORY));
+}
+
 } // namespace
