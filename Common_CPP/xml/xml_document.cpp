@@ -23,6 +23,7 @@ constexpr GUID kFreeThreadedDOMDocument30 = {
 constexpr long kMostDepth = 256; // deeper ones could exhaust the stack of whoever walks them
 constexpr const wchar_t* kNoDocument = L"the XML parser is not available";
 constexpr const wchar_t* kHasDoctype = L"a document type declaration is not allowed";
+constexpr const wchar_t* kUnknownDoctype = L"the parser does not tell the document type declaration";
 
 // Running out of memory is never just a failed operation.
 bool ReportFailed(const char* method, const char* call, HRESULT hr)
@@ -110,10 +111,11 @@ bool CkxXMLDocument::_Accept(HRESULT hr, VARIANT_BOOL parsed)
         return hr != E_OUTOFMEMORY ? false : ReportFailed("Load", "load", hr);
     }
     CComPtr<IXMLDOMDocumentType> doctype;
-    if (_m_document->get_doctype(&doctype) != S_OK || !doctype)
+    const HRESULT asked = _m_document->get_doctype(&doctype);
+    if (SUCCEEDED(asked) && !doctype)
         return true;
     doctype.Release();
-    return _Refuse(kHasDoctype);
+    return _Refuse(SUCCEEDED(asked) ? kHasDoctype : kUnknownDoctype);
 }
 
 bool CkxXMLDocument::_Refuse(const wchar_t* reason)
