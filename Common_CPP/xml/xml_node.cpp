@@ -157,13 +157,11 @@ bool CkxXMLNode::_ReadAttribute(const wchar_t* name, CComBSTR& value) const
     VARIANT found;
     found.vt = VT_EMPTY;
     const HRESULT hr = element->getAttribute(CkxInBSTR(name).Get(), &found);
-    Report::ThrowIfOutOfMemory("GetAttribute", "getAttribute", hr);
-    if (found.vt != VT_BSTR) {
+    if (found.vt == VT_BSTR)
+        value.Attach(found.bstrVal);
+    else
         (void)::VariantClear(&found);
-        return false;
-    }
-    value.Attach(found.bstrVal);
-    return hr == S_OK;
+    return Report::Found("GetAttribute", "getAttribute", hr) && found.vt == VT_BSTR;
 }
 
 bool CkxXMLNode::_ReportIfMissing(const wchar_t* name) const
@@ -202,7 +200,8 @@ bool CkxXMLNode::_PutAttribute(const wchar_t* name, BSTR value, std::size_t leng
     const HRESULT hr = element->setAttribute(CkxInBSTR(name).Get(), lent);
     if (SUCCEEDED(hr))
         return true;
-    Report::ThrowIfOutOfMemory("SetAttribute", "setAttribute", hr);
+    if (hr == E_OUTOFMEMORY)
+        return Report::Failed("SetAttribute", "setAttribute", hr);
     KXT_SCOPE("SetAttribute");
     KXT_OUT(KXT_ERROR, "ERROR: setAttribute(" << name << ") failed");
     return false;

@@ -9,6 +9,7 @@
 #include <exception>
 #include <string>
 #include <string_view>
+#include <utility>
 
 KXT_CLASS("CkxXMLNode");
 
@@ -19,7 +20,8 @@ using Report = CkxXMLNodeReport;
 bool IsOfType(IXMLDOMNode* node, DOMNodeType wanted)
 {
     DOMNodeType type = NODE_INVALID;
-    return node->get_nodeType(&type) == S_OK && type == wanted;
+    const HRESULT hr = node->get_nodeType(&type);
+    return Report::Found("IsOfType", "get_nodeType", hr) && type == wanted;
 }
 
 bool IsElementCalled(IXMLDOMNode* node, std::wstring_view name)
@@ -28,15 +30,14 @@ bool IsElementCalled(IXMLDOMNode* node, std::wstring_view name)
         return false;
     CComBSTR nodeName;
     const HRESULT hr = node->get_nodeName(&nodeName);
-    Report::ThrowIfOutOfMemory("IsElementCalled", "get_nodeName", hr);
-    return hr == S_OK && nodeName && std::wstring_view(nodeName.m_str, nodeName.Length()) == name;
+    return Report::Found("IsElementCalled", "get_nodeName", hr) && nodeName &&
+           std::wstring_view(nodeName.m_str, nodeName.Length()) == name;
 }
 
 bool NextOf(IXMLDOMNode* node, CComPtr<IXMLDOMNode>& next)
 {
     const HRESULT hr = node->get_nextSibling(&next);
-    Report::ThrowIfOutOfMemory("NextOf", "get_nextSibling", hr);
-    return hr == S_OK;
+    return Report::Found("NextOf", "get_nextSibling", hr);
 }
 
 // Moves `node` on along its siblings until it is wanted; false when none is.
@@ -58,8 +59,7 @@ bool FindChild(IXMLDOMNode* parent, const IsWanted& isWanted, CComPtr<IXMLDOMNod
     if (!parent)
         return Report::Empty("GetFirstChild");
     const HRESULT hr = parent->get_firstChild(&found);
-    Report::ThrowIfOutOfMemory("GetFirstChild", "get_firstChild", hr);
-    return hr == S_OK && FindSibling(found, isWanted);
+    return Report::Found("GetFirstChild", "get_firstChild", hr) && FindSibling(found, isWanted);
 }
 
 template <class IsWanted>
@@ -157,8 +157,12 @@ bool CkxXMLNode::SelectNodes(const wchar_t* query, std::vector<CkxXMLNode>& node
         return Report::Failed("SelectNodes", "selectNodes", hr);
     try {
         std::vector<CkxXMLNode> selected;
-        for (CComPtr<IXMLDOMNode> node; list->nextNode(&node) == S_OK && node; node.Release())
-            selected.emplace_back(node.p);
+        CComPtr<IXMLDOMNode> node;
+        HRESULT next = list->nextNode(&node);
+        for (; next == S_OK && node; next = list->nextNode(&node))
+            selected.emplace_back(std::move(node));
+        if (FAILED(next))
+            return Report::Failed("SelectNodes", "nextNode", next);
         nodes = std::move(selected);
         return true;
     } catch (const std::exception&) {

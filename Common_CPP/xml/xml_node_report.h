@@ -15,11 +15,10 @@ class CkxXMLNodeReport {
     /// `call` failed.
     static bool Failed(const char* method, const char* call, HRESULT hr);
 
-    /// For calls whose other failures mean that there is no such thing.
-    static void ThrowIfOutOfMemory(const char* method, const char* call, HRESULT hr)
+    /// How a call ended that may find nothing: true when it found something. Only a failure is traced.
+    static bool Found(const char* method, const char* call, HRESULT hr)
     {
-        if (hr == E_OUTOFMEMORY)
-            (void)Failed(method, call, hr);
+        return hr == S_OK || (FAILED(hr) && Failed(method, call, hr));
     }
 
     /// The node is no element.

@@ -3,8 +3,10 @@
 
 #include "Common_CPP/util/number_text.h"
 
+#include <gmock/gmock.h>
 #include <psapi.h>
 
+#include <functional>
 #include <iterator>
 #include <limits>
 #include <string>
@@ -44,6 +46,38 @@ SIZE_T PrivateBytes()
     EXPECT_TRUE(::K32GetProcessMemoryInfo(::GetCurrentProcess(), &memory, sizeof memory));
     return memory.PagefileUsage;
 }
+
+HRESULT WINAPI Fail()
+{
+    return E_FAIL;
+}
+
+/// While it lives, a method of all objects of this object's class fails.
+class FailingMethod {
+  public:
+    FailingMethod(IUnknown* object, std::size_t slot)
+        : _m_slot(*reinterpret_cast<void***>(object) + slot), _m_method(*_m_slot)
+    {
+        _Write(reinterpret_cast<void*>(&Fail));
+    }
+
+    ~FailingMethod() { _Write(_m_method); }
+
+    FailingMethod(const FailingMethod&) = delete;
+    FailingMethod& operator=(const FailingMethod&) = delete;
+
+  private:
+    void _Write(void* method) const
+    {
+        DWORD protection = 0;
+        EXPECT_TRUE(::VirtualProtect(_m_slot, sizeof *_m_slot, PAGE_READWRITE, &protection));
+        *_m_slot = method;
+        ::VirtualProtect(_m_slot, sizeof *_m_slot, protection, &protection);
+    }
+
+    void** _m_slot;
+    void* _m_method;
+};
 
 ULONG ReferencesOf(IUnknown* object)
 {
@@ -185,6 +219,38 @@ TEST_F(XmlNodeTest, FailuresAreTracedInTheirWords)
     EXPECT_EQ(text, L"kept");
     EXPECT_EQ(nodes.size(), 1U);
     EXPECT_FALSE(node.IsNull());
+}
+
+// What breaks off must not look like the end: a policy would be missing in silence.
+TEST_F(XmlNodeTest, AWalkThatBreaksOffIsTraced)
+{
+    const CkxXMLNode node = Parse(L"<a x='1'><b/><c/></a>");
+    const CkxXMLNode first = Child(node, L"b");
+    std::vector<CkxXMLNode> nodes;
+    CkxXMLNode found;
+    CString text;
+
+    const struct {
+        std::size_t slot; // in the table of an element's methods
+        const char* line;
+        std::function<bool()> step;
+    } rows[] = {
+        {7, "ERROR: get_nodeName failed.", [&] { return node.GetFirstChild(L"b", found); }},
+        {10, "ERROR: get_nodeType failed.", [&] { return node.GetFirstChild(NODE_ELEMENT, found); }},
+        {13, "ERROR: get_firstChild failed.", [&] { return node.GetFirstChild(L"b", found); }},
+        {16, "ERROR: get_nextSibling failed.", [&] { return first.GetNextSibling(L"c", found); }},
+        {44, "ERROR: getAttribute failed.", [&] { return node.GetAttribute(L"x", text); }},
+    };
+
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.line);
+        {
+            const FailingMethod failing(node.Get(), row.slot);
+            EXPECT_FALSE(row.step());
+        }
+        EXPECT_THAT(Traced(), testing::HasSubstr(row.line));
+        EXPECT_TRUE(row.step());
+    }
 }
 
 TEST_F(XmlNodeTest, TextOfMixedContent)
