@@ -1,5 +1,7 @@
 #include "Tests/torture/document_check.h"
 
+#include <algorithm>
+#include <cstddef>
 #include <sstream>
 #include <string_view>
 #include <vector>
@@ -46,13 +48,55 @@ std::set<std::string> Attributes(const std::string& line)
     return attributes;
 }
 
+// What stands in front of the attributes: indentation and name.
+std::string ElementOf(const std::string& line)
+{
+    return line.substr(0, line.find(' ', line.find_first_not_of(' ')));
+}
+
+// A policy whose order cannot be read gets the one of a policy without any.
+bool IsOrder(const std::string& attribute)
+{
+    return attribute.compare(0, 8, " order=\"") == 0;
+}
+
+// The same element with no attribute of its own.
 bool IsPartOf(const std::string& line, const std::string& whole)
 {
+    if (ElementOf(line) != ElementOf(whole))
+        return false;
     const std::set<std::string> all = Attributes(whole);
     for (const std::string& attribute : Attributes(line))
-        if (all.count(attribute) == 0)
+        if (all.count(attribute) == 0 && !IsOrder(attribute))
             return false;
     return true;
+}
+
+// Application groups are named where RSoP is recorded, and only if that is possible.
+bool IsWithoutGroupName(const std::string& line, const std::string& whole)
+{
+    const std::size_t name = whole.find(" name=\"");
+    return whole.find(" ApplicationGroup ") != std::string::npos && name != std::string::npos &&
+           line == whole.substr(0, name);
+}
+
+bool IsSame(const std::string& line, const std::string& whole)
+{
+    return line == whole || IsWithoutGroupName(line, whole);
+}
+
+// The first of `lines`, from `next` on, for which `line` stands: as it is, or, where that is excused, without
+// some of its attributes. lines.size() for none.
+std::size_t FindLine(const std::vector<std::string>& lines, std::size_t next, const std::string& line,
+                     bool excused)
+{
+    const auto begin = lines.begin() + static_cast<std::ptrdiff_t>(next);
+    auto found =
+        std::find_if(begin, lines.end(), [&](const std::string& whole) { return IsSame(line, whole); });
+    if (found == lines.end() && excused)
+        found =
+            std::find_if(begin, lines.end(), [&](const std::string& whole) { return IsPartOf(line, whole); });
+    return static_cast<std::size_t>(found - lines.begin());
 }
 
 } // namespace
@@ -74,9 +118,10 @@ std::string DocumentFault(const std::string& whole, const std::string& got, bool
             --next; // no line of the undamaged one stands for it
             continue;
         }
-        for (; next < all.size() && all[next] != lines[line]; ++next)
-            ++missing;
-        if (next == all.size())
+        const std::size_t found = FindLine(all, next, lines[line], excused);
+        missing += found - next;
+        next = found;
+        if (found == all.size())
             return "has what the undamaged one has not: " + lines[line];
     }
     missing += all.size() - next;
@@ -103,4 +148,9 @@ std::string AsOfFirstRun(std::string meaning)
         if (const std::size_t at = meaning.find(mark.second); at != std::string::npos)
             meaning.replace(at, mark.second.size(), mark.first);
     return meaning;
+}
+
+bool IsOfScope(const std::string& meaning, bool user)
+{
+    return meaning.find(user ? " userScope=\"true\"" : " userScope=\"false\"") != std::string::npos;
 }

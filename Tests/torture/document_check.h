@@ -20,3 +20,6 @@ inline constexpr const char* c_excluded = "kept-out";
 
 /// The same document as if the first run had made it.
 [[nodiscard]] std::string AsOfFirstRun(std::string meaning);
+
+/// True for an update for the machine, or for a user, that says so.
+[[nodiscard]] bool IsOfScope(const std::string& meaning, bool user);

@@ -8,8 +8,16 @@
 
 namespace {
 
-std::atomic<FaultRun*> g_run{nullptr};
-std::atomic<DWORD> g_thread{0};
+struct Armed {
+    std::atomic<DWORD> thread{0}; ///< 0 while the place is free
+    std::atomic<FaultRun*> run{nullptr};
+};
+
+Armed g_armed[2];
+
+// Where the patched module lies; both are null while none is loaded.
+std::atomic<const BYTE*> g_moduleBegin{nullptr};
+std::atomic<const BYTE*> g_moduleEnd{nullptr};
 
 // ---- the import table of a loaded module --------------------------------------------------------------
 
@@ -72,15 +80,23 @@ struct LoadedModule {
 };
 
 constexpr ULONG kLoaded = 1;
+constexpr ULONG kUnloaded = 2;
 
 const wchar_t* g_fileName = nullptr;
 
 void CALLBACK OnModule(ULONG reason, const LoadedModule* module, void* /*context*/)
 {
     const std::size_t length = module->fileName->bytes / sizeof(wchar_t);
-    if (reason == kLoaded && length == std::wcslen(g_fileName) &&
-        _wcsnicmp(module->fileName->text, g_fileName, length) == 0)
+    if (length != std::wcslen(g_fileName) || _wcsnicmp(module->fileName->text, g_fileName, length) != 0)
+        return;
+    if (reason == kLoaded) {
+        g_moduleEnd = static_cast<const BYTE*>(module->base) + module->size;
+        g_moduleBegin = static_cast<const BYTE*>(module->base);
         PatchImports(static_cast<HMODULE>(module->base));
+    } else if (reason == kUnloaded) {
+        g_moduleBegin = nullptr;
+        g_moduleEnd = nullptr;
+    }
 }
 
 template <class Function>
@@ -110,27 +126,48 @@ bool FaultRun::Take(const char* call) noexcept
     return fails;
 }
 
-bool TakeFault(const char* call) noexcept
+FaultRun* ArmedRun() noexcept
 {
-    FaultRun* const run = g_run.load();
-    return run && g_thread.load() == ::GetCurrentThreadId() && run->Take(call);
+    const DWORD thread = ::GetCurrentThreadId();
+    for (const Armed& armed : g_armed)
+        if (armed.thread.load() == thread)
+            return armed.run.load();
+    return nullptr;
 }
 
-ArmedFaults::ArmedFaults(FaultRun& run) noexcept
+bool TakeFault(const char* call) noexcept
 {
-    g_thread = ::GetCurrentThreadId();
-    g_run = &run;
+    FaultRun* const run = ArmedRun();
+    if (!run)
+        return false;
+    run->lastError.Next(::GetLastError());
+    return run->Take(call);
+}
+
+ArmedFaults::ArmedFaults(FaultRun& run) noexcept : _m_place(g_armed[0].thread.load() != 0)
+{
+    g_armed[_m_place].run = &run;
+    g_armed[_m_place].thread = ::GetCurrentThreadId();
 }
 
 ArmedFaults::~ArmedFaults()
 {
-    g_run = nullptr;
+    g_armed[_m_place].thread = 0;
+    g_armed[_m_place].run = nullptr;
 }
 
 const char* RunningFailedCall() noexcept
 {
-    const FaultRun* const run = g_run.load();
-    return run ? run->FailedCall() : nullptr;
+    for (const Armed& armed : g_armed)
+        if (const FaultRun* const run = armed.run.load())
+            if (const char* const call = run->FailedCall())
+                return call;
+    return nullptr;
+}
+
+bool IsInPatchedModule(const void* address) noexcept
+{
+    return address >= g_moduleBegin.load() && address < g_moduleEnd.load();
 }
 
 void PatchImports(HMODULE module)

@@ -1,12 +1,25 @@
 #pragma once
 
+#include "Tests/torture/last_error_watch.h"
+
 #include <windows.h>
+
+#ifdef _MSC_VER
+#include <intrin.h>
+#endif
 
 #include <array>
 #include <atomic>
 #include <span>
 #include <string>
 #include <vector>
+
+/// Where the function that says this returns to.
+#ifdef _MSC_VER
+#define KX_CALLER _ReturnAddress()
+#else
+#define KX_CALLER __builtin_return_address(0)
+#endif
 
 /// Which of the numbered calls fail. Numbers begin with 1.
 struct FaultPlan {
@@ -15,7 +28,8 @@ struct FaultPlan {
     unsigned at = 0; ///< the number of the call that fails, or of the first that does
 };
 
-/// One run under a plan: numbers the fallible calls that are made while it is armed, and keeps what failed.
+/// One run of a thread under a plan: numbers the fallible calls that are made while it is armed, and keeps
+/// what failed.
 class FaultRun {
   public:
     explicit FaultRun(FaultPlan plan) noexcept : _m_plan(plan) {}
@@ -29,8 +43,13 @@ class FaultRun {
     /// The way to that call inside the patched module, as return addresses, the innermost first.
     [[nodiscard]] std::span<void* const> FailedAt() const noexcept { return {_m_frames.data(), _m_depth}; }
 
+    [[nodiscard]] const FaultPlan& Plan() const noexcept { return _m_plan; }
+
     /// Numbers one call; true when it has to fail.
     [[nodiscard]] bool Take(const char* call) noexcept;
+
+    /// What tracing did to the thread's last-error value.
+    LastErrorWatch lastError;
 
   private:
     FaultPlan _m_plan;
@@ -40,21 +59,30 @@ class FaultRun {
     std::size_t _m_depth = 0;
 };
 
-/// While it lives, the patched modules' calls on this thread count for `run`. One at a time.
+/// While it lives, the patched modules' calls on this thread count for `run`. Two threads at a time.
 class ArmedFaults {
   public:
     explicit ArmedFaults(FaultRun& run) noexcept;
     ~ArmedFaults();
     ArmedFaults(const ArmedFaults&) = delete;
     ArmedFaults& operator=(const ArmedFaults&) = delete;
+
+  private:
+    std::size_t _m_place;
 };
 
-/// The first call that the armed run has failed; null when there is none. Any thread may ask.
+/// The run for which this thread is armed; null for none.
+[[nodiscard]] FaultRun* ArmedRun() noexcept;
+
+/// The first call that an armed run has failed; null when there is none. Any thread may ask.
 [[nodiscard]] const char* RunningFailedCall() noexcept;
 
 /// Leads the module's imports to counting stand-ins, for as long as it stays loaded. What opens, closes,
 /// allocates and frees is noted by the resource watch from then on.
 void PatchImports(HMODULE module);
+
+/// True for an address in the module that was announced last and is still loaded.
+[[nodiscard]] bool IsInPatchedModule(const void* address) noexcept;
 
 /// The module's imports that are neither given stand-ins nor known to need none: each of them is a call
 /// whose failure nobody has thought about.

@@ -1,30 +1,14 @@
 #include "Tests/torture/point.h"
 
-#include "Tests/support/xml_meaning.h"
-#include "Tests/torture/document_check.h"
+#include "Tests/torture/judge.h"
 #include "Tests/torture/resource_watch.h"
-#include "Tools/host/update_message.h"
 
-#include <algorithm>
+#include <atomic>
 #include <cstdio>
-#include <iterator>
-#include <optional>
-#include <string_view>
+#include <span>
+#include <thread>
 
 namespace {
-
-bool IsMemoryCall(std::string_view call)
-{
-    constexpr std::string_view calls[] = {"malloc",
-                                          "calloc",
-                                          "realloc",
-                                          "_strdup",
-                                          "SysAllocString",
-                                          "SysAllocStringLen",
-                                          "SysAllocStringByteLen",
-                                          "SafeArrayCreateVector"};
-    return std::find(std::begin(calls), std::end(calls), call) != std::end(calls);
-}
 
 // The module is refused where its language library finds no memory to begin with; nothing of ours has run.
 bool IsRefusedLoad(DWORD error)
@@ -37,11 +21,7 @@ std::string OffsetsText(HMODULE module, std::span<void* const> frames)
 {
     std::string text;
     for (void* frame : frames) {
-        HMODULE owner = nullptr;
-        if (!::GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS |
-                                      GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
-                                  static_cast<const wchar_t*>(frame), &owner) ||
-            owner != module)
+        if (!IsInPatchedModule(frame))
             continue;
         char offset[24];
         std::snprintf(
@@ -52,134 +32,75 @@ std::string OffsetsText(HMODULE module, std::span<void* const> frames)
     return text;
 }
 
-struct Delivered {
-    std::optional<std::string> first;  ///< of the run under faults
-    std::optional<std::string> second; ///< of the undisturbed run after it
-    bool twice = false;
-};
-
-// Takes messages until the document of the second run has come. What is cut short counts as none.
-Delivered TakeDocuments(Stage& stage)
+bool HasOther(const Scenario& scenario)
 {
-    Delivered delivered;
-    while (!delivered.second) {
-        const auto message = stage.NextMessage();
-        if (!message)
-            break;
-        const auto text = kx::DecodeUpdateMessage(*message);
-        if (!text)
-            continue;
-        std::string meaning = XmlMeaning(std::wstring(text->begin(), text->end()));
-        std::optional<std::string>& place = IsOfSecondRun(meaning) ? delivered.second : delivered.first;
-        delivered.twice = delivered.twice || place;
-        place = std::move(meaning);
-    }
-    return delivered;
+    return scenario.strikes == Strikes::RunBesideAnother || scenario.strikes == Strikes::BothThreads;
 }
 
-class Judge {
+// A refresh for the other one of machine and user, on a thread of its own, until the end of this object.
+class OtherThread {
   public:
-    Judge(PointResult& result, const Scenario& scenario, FaultPlan plan, const PointResult* undamaged)
-        : _m_result(result), _m_scenario(scenario), _m_plan(plan), _m_undamaged(undamaged)
+    OtherThread(Stage& stage, FaultPlan plan) : _m_run(plan), _m_thread([&] { _Refresh(stage); })
     {
+        while (!_m_started)
+            ::SwitchToThread();
     }
 
-    void Complain(const std::string& text)
+    ~OtherThread()
     {
-        _m_result.complaint += (_m_result.complaint.empty() ? "" : "; ") + text;
+        if (_m_thread.joinable())
+            _m_thread.join();
     }
 
-    void Code()
-    {
-        const DWORD code = _m_result.code;
-        const std::span<const DWORD> documented = _m_scenario.entry.codes;
-        if (std::find(documented.begin(), documented.end(), code) == documented.end())
-            Complain("code " + std::to_string(code) + " is not documented");
-        // An update that the agent has not got must be asked for again.
-        if (_m_scenario.code != ERROR_SUCCESS && code == ERROR_SUCCESS)
-            Complain("success is reported where nothing could be delivered");
-        if (!_m_undamaged && code != _m_scenario.code)
-            Complain("an undisturbed run gave " + std::to_string(code));
-    }
+    OtherThread(const OtherThread&) = delete;
+    OtherThread& operator=(const OtherThread&) = delete;
 
-    void Thread()
+    ThreadResult Join(Judge& judge)
     {
-        if (IsImpersonating()) {
-            Complain("the thread is left impersonating");
-            ::RevertToSelf();
-        }
-        if (IsMutexHeld(Stage::c_mutexName))
-            Complain("the senders' mutex is held");
-    }
-
-    void Documents(Stage& stage, DWORD secondCode, const std::string& trace)
-    {
-        _m_result.errors = ErrorsIn(trace);
-        if (secondCode != _m_scenario.code)
-            Complain("the undisturbed run afterwards gave " + std::to_string(secondCode));
-        if (stage.Agent() != AgentRole::Listens)
-            return;
-        const Delivered delivered = TakeDocuments(stage);
-        if (delivered.twice)
-            Complain("a document was delivered twice");
-        if (delivered.first.has_value() != (_m_result.code == ERROR_SUCCESS))
-            Complain(delivered.first ? "a document was delivered with an error code"
-                                     : "success without a whole document");
-        if (!delivered.second)
-            Complain("the undisturbed run afterwards delivered nothing");
-        if (delivered.first)
-            _m_result.document = *delivered.first;
-        if (!_m_undamaged)
-            return;
-        if (delivered.first && _m_result.code == ERROR_SUCCESS)
-            _Document("the document", _m_undamaged->document, *delivered.first,
-                      _m_scenario.entry.deliversParts && _HasNewError() && !_IsOnlyMemoryGone());
-        if (delivered.second)
-            _Document("the document afterwards", _m_undamaged->document, AsOfFirstRun(*delivered.second),
-                      false);
-    }
-
-    void Leavings()
-    {
-        const std::string open = watch::OpenCalls();
-        if (!open.empty())
-            Complain("left open: " + open);
-        if (watch::ForeignCloses() != 0)
-            Complain("handles were closed that belong to others");
-        _m_result.blocks = watch::Blocks();
-        if (_m_undamaged && _m_result.blocks > _m_undamaged->blocks)
-            Complain(std::to_string(_m_result.blocks - _m_undamaged->blocks) + " blocks of memory leaked");
-        if (::GetModuleHandleW(Stage::c_moduleName))
-            Complain("the module stayed loaded");
+        _m_thread.join();
+        if (_m_leftImpersonating)
+            judge.Complain("the other thread is left impersonating");
+        if (_m_run.lastError.Broken() != 0)
+            judge.Complain("trace statements changed the other thread's last-error value");
+        _m_result.failedCall = _m_run.FailedCall();
+        return _m_result;
     }
 
   private:
-    // An error that the undisturbed run does not trace too.
-    [[nodiscard]] bool _HasNewError() const
+    void _Refresh(Stage& stage)
     {
-        const std::set<std::string>& usual = _m_undamaged->errors;
-        return std::any_of(_m_result.errors.begin(), _m_result.errors.end(),
-                           [&](const std::string& error) { return usual.count(error) == 0; });
+        const HRESULT com = ::CoInitializeEx(nullptr, COINIT_MULTITHREADED);
+        {
+            const ArmedFaults armed(_m_run);
+            _m_started = true;
+            _m_result.code = stage.RefreshOther();
+        }
+        _m_leftImpersonating = IsImpersonating();
+        if (SUCCEEDED(com))
+            ::CoUninitialize();
     }
 
-    // Then a document is whole or not sent, whatever was traced.
-    [[nodiscard]] bool _IsOnlyMemoryGone() const
-    {
-        return _m_plan.mode == FaultPlan::Mode::FailNth && _m_result.failedCall &&
-               IsMemoryCall(_m_result.failedCall);
-    }
-
-    void _Document(const std::string& what, const std::string& whole, const std::string& got, bool excused)
-    {
-        if (const std::string fault = DocumentFault(whole, got, excused); !fault.empty())
-            Complain(what + " " + fault);
-    }
-
-    PointResult& _m_result;
-    const Scenario& _m_scenario;
-    FaultPlan _m_plan;
-    const PointResult* _m_undamaged;
+    FaultRun _m_run;
+    ThreadResult _m_result;
+    bool _m_leftImpersonating = false;
+    std::atomic<bool> _m_started{false};
+    std::thread _m_thread; // last: it uses the others
 };
+
+void RunUnderFaults(Stage& stage, const Scenario& scenario, FaultRun& faults, Judge& judge,
+                    PointResult& result)
+{
+    std::optional<ArmedFaults> armed;
+    if (scenario.strikes != Strikes::LoadAndUnload)
+        armed.emplace(faults);
+    std::optional<OtherThread> other;
+    if (HasOther(scenario))
+        other.emplace(stage, scenario.strikes == Strikes::BothThreads ? faults.Plan() : FaultPlan{});
+    result.code = scenario.entry.run(stage, false);
+    armed.reset();
+    if (other)
+        result.other = other->Join(judge);
+}
 
 } // namespace
 
@@ -191,33 +112,33 @@ PointResult RunPoint(Stage& stage, const Scenario& scenario, FaultPlan plan, con
     std::optional<ArmedFaults> armed;
     watch::Clear();
 
-    if (scenario.inStartUp)
+    if (scenario.strikes == Strikes::LoadAndUnload)
         armed.emplace(faults);
     const DWORD loadError = stage.Load();
     armed.reset();
     if (loadError == ERROR_SUCCESS) {
-        if (!scenario.inStartUp)
-            armed.emplace(faults);
-        result.code = scenario.entry.run(stage, false);
-        armed.reset();
-        judge.Code();
-        judge.Thread();
+        RunUnderFaults(stage, scenario, faults, judge, result);
         result.failedCall = faults.FailedCall();
+        judge.Codes();
+        judge.Thread();
         const std::string trace = stage.Trace();
         const DWORD secondCode = scenario.entry.run(stage, true);
         judge.Documents(stage, secondCode, trace);
         result.failedAt = OffsetsText(stage.Module(), faults.FailedAt());
-        if (scenario.inStartUp)
+        if (scenario.strikes == Strikes::LoadAndUnload)
             armed.emplace(faults);
         stage.Unload();
         armed.reset();
     } else if (!IsRefusedLoad(loadError)) {
         judge.Complain("loading failed with " + std::to_string(loadError));
     }
-    judge.Leavings();
+    judge.Secrets(stage);
+    judge.LastErrors(faults.lastError);
+    judge.Leavings(stage);
     result.calls = faults.Calls();
     result.failedCall = faults.FailedCall();
-    if (plan.mode != FaultPlan::Mode::CountOnly && !result.failedCall)
+    // Two threads share the work that comes up once, one way or the other.
+    if (plan.mode != FaultPlan::Mode::CountOnly && !result.failedCall && !HasOther(scenario))
         judge.Complain("the call was never made: the count is not stable");
     return result;
 }

@@ -2,16 +2,18 @@
 
 #include <cstddef>
 #include <string>
+#include <string_view>
 
-/// What the patched module has open or allocated, as its own calls tell.
+/// What the patched module has open, allocated or referenced, as its own calls tell. Nothing here throws, and
+/// nothing changes the thread's last-error value.
 namespace watch {
 
-enum class Kind { Handle, Key, Find, Module, Memory };
+enum class Kind { Handle, Key, Find, Module, Memory, Text, Reference };
 
-/// Notes something opened or allocated, and by which call; null is nothing. Never throws.
+/// Notes something opened or allocated, or one more reference to it, and by which call; null is nothing.
 void Opened(Kind kind, const void* what, const char* call) noexcept;
 
-/// Notes that it is being closed or freed.
+/// Notes that it is being closed or freed, with what it holds still in place.
 void Closed(Kind kind, const void* what) noexcept;
 
 /// Forgets everything.
@@ -20,12 +22,17 @@ void Clear() noexcept;
 /// How many blocks of memory are allocated.
 [[nodiscard]] std::size_t Blocks() noexcept;
 
-/// How many handles, keys, searches and modules were closed that the module had not opened.
+/// How many handles, keys, searches, modules and references were closed that the module did not hold.
 [[nodiscard]] unsigned ForeignCloses() noexcept;
 
-/// The calls that opened handles, keys, searches and modules that are still open, joined by blanks; "" for
-/// none.
+/// The calls that opened or handed out what is still there, other than memory, joined by blanks; "" for none.
 [[nodiscard]] std::string OpenCalls();
+
+/// From now on, memory and texts that are freed while they hold these characters count; none for "".
+void SetSecret(std::wstring_view secret);
+
+/// How many such blocks were freed.
+[[nodiscard]] unsigned FreedSecrets() noexcept;
 
 } // namespace watch
 

@@ -3,15 +3,25 @@
 #include "Tests/torture/stage.h"
 
 #include <span>
+#include <vector>
 
 /// An export of the module.
 struct Entry {
     /// The calls of the module; gives their code. Runs twice on a stage: the second time `again`.
     DWORD (*run)(Stage& stage, bool again);
-    /// Every code that is documented for it.
+    /// Every code that is documented for it, beside failing HRESULTs where it reports them.
     std::span<const DWORD> codes;
+    bool reportsHresults = false;
     /// What it delivers may lack parts where an error was traced.
-    bool deliversParts;
+    bool deliversParts = false;
+};
+
+/// Where faults strike.
+enum class Strikes {
+    Run,
+    LoadAndUnload,
+    RunBesideAnother, ///< while another thread refreshes, undisturbed, for the other one of machine and user
+    BothThreads,      ///< in both of them, each with numbers of its own
 };
 
 /// One way to use the module, in which every fallible call is failed in turn.
@@ -22,9 +32,30 @@ struct Scenario {
     /// What the run calls.
     const Entry& entry;
     /// What an undisturbed run gives.
-    DWORD code;
-    /// Faults strike while the module is loaded and unloaded, instead of during the run.
-    bool inStartUp = false;
+    DWORD code = ERROR_SUCCESS;
+    Strikes strikes = Strikes::Run;
 };
 
-[[nodiscard]] std::span<const Scenario> AllScenarios();
+/// All scenarios, in the order in which they run.
+[[nodiscard]] std::vector<Scenario> AllScenarios();
+
+// ---- the groups of scenarios
+
+[[nodiscard]] std::span<const Scenario> RefreshScenarios();
+[[nodiscard]] std::span<const Scenario> AgentScenarios();
+[[nodiscard]] std::span<const Scenario> AppendedScenarios();
+[[nodiscard]] std::span<const Scenario> RsopScenarios();
+[[nodiscard]] std::span<const Scenario> TargetingScenarios();
+[[nodiscard]] std::span<const Scenario> TraceScenarios();
+[[nodiscard]] std::span<const Scenario> ConcurrentScenarios();
+
+// ---- what their runs call
+
+extern const Entry kRefresh;
+extern const Entry kMigration; ///< rewrites the migration command before it refreshes; see WriteMigration
+extern const Entry kReload;    ///< changes the configuration before it refreshes; see c_reloaded
+extern const Entry kAppended;
+extern const Entry kPlanning;
+
+/// What kReload changes the configuration to.
+extern const std::string_view c_reloaded;

@@ -2,9 +2,13 @@
 #pragma once
 
 #include "Common_CPP/util/last_error.h"
+#include "Tests/torture/com_faults.h"
+#include "Tests/torture/import_faults.h"
 #include "Tests/torture/resource_watch.h"
 
 #include <windows.h>
+
+#include <oaidl.h>
 
 #include <algorithm>
 #include <cstddef>
@@ -119,6 +123,83 @@ struct OpensInto : Unwatched {
 template <watch::Kind Kind>
 struct Closes : Unwatched {
     static void Before(const void* what) noexcept { watch::Closed(Kind, what); }
+};
+
+/// The result is a text of OLE's.
+using OpensText = Opens<watch::Kind::Text>;
+
+/// The only argument is a variant whose value is freed.
+struct ClearsVariant : Unwatched {
+    static void Before(const VARIANT* variant) noexcept
+    {
+        if (variant->vt == VT_BSTR)
+            watch::Closed(watch::Kind::Text, variant->bstrVal);
+    }
+};
+
+/// The first argument's variant becomes a copy.
+struct CopiesVariant : ClearsVariant {
+    static void Before(const VARIANT* target, const VARIANT* /*source*/) noexcept
+    {
+        ClearsVariant::Before(target);
+    }
+
+    static void After(const char* call, HRESULT result, const VARIANT* target,
+                      const VARIANT* /*source*/) noexcept
+    {
+        if (SUCCEEDED(result) && target->vt == VT_BSTR)
+            watch::Opened(watch::Kind::Text, target->bstrVal, call);
+    }
+};
+
+/// The last two arguments say which interface was made, and where it was put.
+struct CreatesObject : Unwatched {
+    template <class... Arguments>
+    static void After(const char* call, HRESULT result, const Arguments&... arguments) noexcept
+    {
+        constexpr std::size_t count = sizeof...(Arguments);
+        const auto all = std::tie(arguments...);
+        if (SUCCEEDED(result))
+            com::HandedOut(*std::get<count - 1>(all), std::get<count - 2>(all), call);
+    }
+};
+
+// ---- what a trace statement shows of itself --------------------------------------------------------------
+
+struct MakesTraceLock : Unwatched {
+    static void Before(const CRITICAL_SECTION* lock, DWORD /*spinCount*/) noexcept { SetTraceLock(lock); }
+};
+
+struct EntersLock : Unwatched {
+    static void Before(const CRITICAL_SECTION* lock) noexcept
+    {
+        if (FaultRun* const run = IsTraceLock(lock) ? ArmedRun() : nullptr)
+            run->lastError.Enter(::GetLastError());
+    }
+};
+
+struct LeavesLock : Unwatched {
+    static void Before(const CRITICAL_SECTION* lock) noexcept
+    {
+        if (FaultRun* const run = IsTraceLock(lock) ? ArmedRun() : nullptr)
+            run->lastError.Leave();
+    }
+};
+
+struct ReadsLastError : Unwatched {
+    static void After(const char* /*call*/, DWORD error) noexcept
+    {
+        if (FaultRun* const run = ArmedRun())
+            run->lastError.Read(error);
+    }
+};
+
+struct SetsLastError : Unwatched {
+    static void Before(DWORD error) noexcept
+    {
+        if (FaultRun* const run = ArmedRun())
+            run->lastError.Set(error);
+    }
 };
 
 struct Reallocates {

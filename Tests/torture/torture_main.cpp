@@ -5,8 +5,10 @@
 // Without --sample the whole sweep; with it, about N points spread over the scenarios. --only and --from run
 // one point of one scenario: they are what a failing point prints.
 
+#include "Tests/torture/com_faults.h"
 #include "Tests/torture/point.h"
 
+#include "Common_CPP/util/scope_exit.h"
 #include "Common_CPP/xml/xml_document.h"
 
 #include <algorithm>
@@ -201,6 +203,7 @@ int Torture(const Options& options)
         return 1;
     const PatchOnLoad patch(Stage::c_moduleName);
     const CkxXMLDocument keepsParserLoaded;
+    const kx::ScopeExit restore([]() noexcept { com::RestoreTables(); });
     Tally all;
     for (const Scenario& scenario : AllScenarios()) {
         if (!options.scenario.empty() && options.scenario != scenario.name)
