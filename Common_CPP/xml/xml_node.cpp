@@ -164,6 +164,16 @@ bool CkxXMLNode::_ReadAttribute(const wchar_t* name, CComBSTR& value) const
     return Report::Found("GetAttribute", "getAttribute", hr) && found.vt == VT_BSTR;
 }
 
+bool CkxXMLNode::LacksAttribute(const wchar_t* name) const
+{
+    const CComPtr<IXMLDOMElement> element = ElementOf(_m_node, "LacksAttribute");
+    if (!element)
+        return false;
+    CComPtr<IXMLDOMAttribute> found;
+    const HRESULT hr = element->getAttributeNode(CkxInBSTR(name).Get(), &found);
+    return !Report::Found("LacksAttribute", "getAttributeNode", hr) && SUCCEEDED(hr);
+}
+
 bool CkxXMLNode::_ReportIfMissing(const wchar_t* name) const
 {
     CString value;

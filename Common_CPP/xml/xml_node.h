@@ -91,6 +91,9 @@ class CkxXMLNode {
     /// Traces an attribute that is no GUID in braces.
     [[nodiscard]] bool GetAttribute(const wchar_t* name, GUID& value) const;
 
+    /// True when the attribute is certainly absent; false, traced, also where the parser cannot tell.
+    [[nodiscard]] bool LacksAttribute(const wchar_t* name) const;
+
     /// As GetAttribute, for any of its types, but the absence of the attribute is traced.
     template <class T>
     [[nodiscard]] bool GetRequiredAttribute(const wchar_t* name, T& value) const

@@ -114,6 +114,20 @@ TEST_F(XmlDocumentTest, DocumentTypesAreRefused)
     EXPECT_TRUE(document.LoadError().reason.IsEmpty());
 }
 
+TEST_F(XmlDocumentTest, AParserThatCannotTellTheDocumentTypeIsNotTrusted)
+{
+    ASSERT_TRUE(document.Load(L"<a/>"));
+    CComPtr<IXMLDOMDocument> parser;
+    ASSERT_EQ(RootOf(document).Get()->get_ownerDocument(&parser), S_OK);
+    constexpr std::size_t getDoctype = 43;
+    {
+        const FailingMethod failing(parser, getDoctype);
+        EXPECT_FALSE(document.Load(L"<a/>"));
+        EXPECT_FALSE(document.LoadError().reason.IsEmpty());
+    }
+    EXPECT_TRUE(document.Load(L"<a/>"));
+}
+
 TEST_F(XmlDocumentTest, AbsentAndUnreadableFilesAreToldApart)
 {
     const CString open = File(L"open.xml", "<a/>");

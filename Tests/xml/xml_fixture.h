@@ -96,3 +96,32 @@ class XmlTest : public ::testing::Test {
     std::string _m_trace;
     std::streamoff _m_traceRead = 0;
 };
+
+/// While it lives, a method of all objects of this object's class fails.
+class FailingMethod {
+  public:
+    FailingMethod(IUnknown* object, std::size_t slot)
+        : _m_slot(*reinterpret_cast<void***>(object) + slot), _m_method(*_m_slot)
+    {
+        _Write(reinterpret_cast<void*>(&_Fail));
+    }
+
+    ~FailingMethod() { _Write(_m_method); }
+
+    FailingMethod(const FailingMethod&) = delete;
+    FailingMethod& operator=(const FailingMethod&) = delete;
+
+  private:
+    static HRESULT WINAPI _Fail() { return E_FAIL; }
+
+    void _Write(void* method) const
+    {
+        DWORD protection = 0;
+        EXPECT_TRUE(::VirtualProtect(_m_slot, sizeof *_m_slot, PAGE_READWRITE, &protection));
+        *_m_slot = method;
+        ::VirtualProtect(_m_slot, sizeof *_m_slot, protection, &protection);
+    }
+
+    void** _m_slot;
+    void* _m_method;
+};

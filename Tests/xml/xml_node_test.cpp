@@ -47,38 +47,6 @@ SIZE_T PrivateBytes()
     return memory.PagefileUsage;
 }
 
-HRESULT WINAPI Fail()
-{
-    return E_FAIL;
-}
-
-/// While it lives, a method of all objects of this object's class fails.
-class FailingMethod {
-  public:
-    FailingMethod(IUnknown* object, std::size_t slot)
-        : _m_slot(*reinterpret_cast<void***>(object) + slot), _m_method(*_m_slot)
-    {
-        _Write(reinterpret_cast<void*>(&Fail));
-    }
-
-    ~FailingMethod() { _Write(_m_method); }
-
-    FailingMethod(const FailingMethod&) = delete;
-    FailingMethod& operator=(const FailingMethod&) = delete;
-
-  private:
-    void _Write(void* method) const
-    {
-        DWORD protection = 0;
-        EXPECT_TRUE(::VirtualProtect(_m_slot, sizeof *_m_slot, PAGE_READWRITE, &protection));
-        *_m_slot = method;
-        ::VirtualProtect(_m_slot, sizeof *_m_slot, protection, &protection);
-    }
-
-    void** _m_slot;
-    void* _m_method;
-};
-
 ULONG ReferencesOf(IUnknown* object)
 {
     object->AddRef();
@@ -240,6 +208,7 @@ TEST_F(XmlNodeTest, AWalkThatBreaksOffIsTraced)
         {13, "ERROR: get_firstChild failed.", [&] { return node.GetFirstChild(L"b", found); }},
         {16, "ERROR: get_nextSibling failed.", [&] { return first.GetNextSibling(L"c", found); }},
         {44, "ERROR: getAttribute failed.", [&] { return node.GetAttribute(L"x", text); }},
+        {47, "ERROR: getAttributeNode failed.", [&] { return node.LacksAttribute(L"y"); }},
     };
 
     for (const auto& row : rows) {
@@ -251,6 +220,7 @@ TEST_F(XmlNodeTest, AWalkThatBreaksOffIsTraced)
         EXPECT_THAT(Traced(), testing::HasSubstr(row.line));
         EXPECT_TRUE(row.step());
     }
+    EXPECT_FALSE(node.LacksAttribute(L"x"));
 }
 
 TEST_F(XmlNodeTest, TextOfMixedContent)
