@@ -20,6 +20,18 @@ bool ReadRequired(const CkxXMLNode& root, const wchar_t* name, CString& value,
     return false;
 }
 
+// An attribute that a command may lack; but one that is there must not be lost on the way.
+template <class Value>
+bool ReadOptional(const CkxXMLNode& root, const wchar_t* name, Value& value,
+                  const CkxKxGroupPolicyObject& gpo)
+{
+    if (root.GetAttribute(name, value) || root.LacksAttribute(name))
+        return true;
+    KXT_OUT(KXT_ERROR, "ERROR: '" << name << "' attribute cannot be read from <" << kRootName
+                                  << "> element in Migration.xml. GPO " << gpo);
+    return false;
+}
+
 bool SetShown(const CkxXMLNode& root, const wchar_t* name, const CString& value)
 {
     if (root.SetAttribute(name, value))
@@ -60,8 +72,9 @@ bool CkxGpXml::_ProcessMigrationXml(const CkxKxGroupPolicyObject& gpo, LoadedFil
         return false;
     CString proxyUser;
     CkxSecretText proxyPassword;
-    (void)root.GetAttribute(L"proxyUser", proxyUser);
-    (void)root.GetAttribute(L"proxyPassword", proxyPassword);
+    if (!ReadOptional(root, L"proxyUser", proxyUser, gpo) ||
+        !ReadOptional(root, L"proxyPassword", proxyPassword, gpo))
+        return false;
 
     KXT_OUT(KXT_INFO, "INFO: Migration command " << (_m_migrationCommandFound ? "updated" : "found")
                                                  << ". SetId=" << setId << ", DispatcherURL=["
