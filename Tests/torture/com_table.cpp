@@ -105,8 +105,8 @@ const Row kDocumentRows[] = {
 
 const Row kDocument2Rows[] = {KX_DOM(IXMLDOMDocument2, setProperty)};
 
-const Row kElementRows[] = {KX_DOM(IXMLDOMElement, getAttribute), KX_DOM(IXMLDOMElement, removeAttribute),
-                            KX_DOM(IXMLDOMElement, setAttribute)};
+const Row kElementRows[] = {KX_DOM(IXMLDOMElement, getAttribute), KX_DOM(IXMLDOMElement, getAttributeNode),
+                            KX_DOM(IXMLDOMElement, removeAttribute), KX_DOM(IXMLDOMElement, setAttribute)};
 
 const Row kNodeListRows[] = {KX_DOM(IXMLDOMNodeList, nextNode)};
 
@@ -170,6 +170,8 @@ template <>
 inline constexpr const Interface* kInterfaceOf<IXMLDOMDocument> = &kDocument;
 template <>
 inline constexpr const Interface* kInterfaceOf<IXMLDOMElement> = &kElement;
+template <>
+inline constexpr const Interface* kInterfaceOf<IXMLDOMAttribute> = &kNode;
 template <>
 inline constexpr const Interface* kInterfaceOf<IXMLDOMText> = &kNode;
 template <>

@@ -123,7 +123,7 @@ const Row kRows[] = {
     // Memory: "operator new" comes this way too. Declared by hand, for the library's own declarations carry
     // attributes.
     MakeRow<"calloc", void*(std::size_t, std::size_t), NoMemory, Opens<Kind::Memory>>(kLanguage),
-    MakeRow<"malloc", void*(std::size_t), NoMemory, Opens<Kind::Memory>>(kLanguage),
+    MakeRow<"malloc", void*(std::size_t), NoMemory, AllocatesMemory>(kLanguage),
     MakeRow<"realloc", void*(void*, std::size_t), NoMemory, Reallocates>(kLanguage),
     MakeRow<"_strdup", char*(const char*), NoMemory, Opens<Kind::Memory>>(kLanguage),
     MakeRow<"free", void(void*), Never, Closes<Kind::Memory>>(kLanguage),

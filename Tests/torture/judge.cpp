@@ -108,6 +108,14 @@ void Judge::Thread()
         Complain("the senders' mutex is held");
 }
 
+void Judge::Announcement(Stage& stage)
+{
+    const bool isSent = stage.Agent() == AgentRole::Listens && !_m_scenario.entry.reportsHresults &&
+                        _m_result.code == ERROR_SUCCESS;
+    if (isSent && !stage.TakeAnnouncement())
+        Complain("a document was not announced");
+}
+
 void Judge::LastErrors(const LastErrorWatch& watch)
 {
     _m_result.statements = watch.Kept();

@@ -16,6 +16,9 @@ class Judge {
     /// The calling thread is as it was before.
     void Thread();
 
+    /// What was sent was announced. To be called before the undisturbed run.
+    void Announcement(Stage& stage);
+
     /// Trace statements have kept the last-error value.
     void LastErrors(const LastErrorWatch& watch);
 

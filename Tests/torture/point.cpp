@@ -121,6 +121,7 @@ PointResult RunPoint(Stage& stage, const Scenario& scenario, FaultPlan plan, con
         result.failedCall = faults.FailedCall();
         judge.Codes();
         judge.Thread();
+        judge.Announcement(stage);
         const std::string trace = stage.Trace();
         const DWORD secondCode = scenario.entry.run(stage, true);
         judge.Documents(stage, secondCode, trace);

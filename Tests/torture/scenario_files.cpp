@@ -70,4 +70,5 @@ void SetUpListening(Stage& stage)
 {
     stage.SetAgent(AgentRole::Listens);
     stage.InstallAgent(true);
+    stage.KeepMutex();
 }

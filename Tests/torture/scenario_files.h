@@ -32,5 +32,5 @@ CkxListedGpo WriteConfigurationGpo(const Stage& stage, const wchar_t* gpo);
 /// A migration command, in the second GPO.
 void WriteMigration(const Stage& stage, bool again);
 
-/// An agent that listens, and a user's refresh.
+/// An agent that listens, beside another sender.
 void SetUpListening(Stage& stage);

@@ -53,7 +53,7 @@ const std::string_view c_reloaded = "refresh@3600\n"
 const Entry kRefresh = {.run = Refresh, .codes = kRefreshCodes, .deliversParts = true};
 const Entry kMigration = {.run = Migrate, .codes = kRefreshCodes, .deliversParts = true};
 const Entry kReload = {.run = Reload, .codes = kRefreshCodes, .deliversParts = true};
-const Entry kAppended = {.run = PushAppended, .codes = kAppendedCodes};
+const Entry kAppended = {.run = PushAppended, .codes = kAppendedCodes, .deliversParts = true};
 const Entry kPlanning = {.run = Plan, .codes = kPlanningCodes, .reportsHresults = true};
 
 std::vector<Scenario> AllScenarios()

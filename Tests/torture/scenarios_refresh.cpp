@@ -24,7 +24,6 @@ void SetUpUser(Stage& stage)
 void SetUpFaultyUser(Stage& stage)
 {
     SetUpListening(stage);
-    stage.KeepMutex();
     stage.changed = {WriteSmallGpo(stage, kGpoA), WriteFaultyGpo(stage, kGpoB), WriteSmallGpo(stage, kGpoC)};
 }
 
@@ -51,13 +50,6 @@ void SetUpDoctype(Stage& stage)
     SetUpListening(stage);
     stage.changed = {WriteSmallGpo(stage, kGpoA)};
     stage.Write(kGpoA, L"Tokens.xml", "<!DOCTYPE Tokens [<!ENTITY e 'x'>]><Tokens version='5'>&e;</Tokens>");
-}
-
-// The same GPO, linked twice, counts once.
-void SetUpLinkedTwice(Stage& stage)
-{
-    SetUpListening(stage);
-    stage.changed = {WriteSmallGpo(stage, kGpoA), WriteSmallGpo(stage, kGpoA)};
 }
 
 void SetUpMigration(Stage& stage)
@@ -88,7 +80,6 @@ const Scenario kScenarios[] = {
     {"refresh-only-deleted", SetUpOnlyDeleted, kRefresh},
     {"refresh-no-files", SetUpNoFiles, kRefresh},
     {"refresh-doctype", SetUpDoctype, kRefresh},
-    {"refresh-linked-twice", SetUpLinkedTwice, kRefresh},
     {"migration", SetUpMigration, kMigration},
     {"migration-dump", SetUpDumpedMigration, kMigration},
     {"dump", SetUpDump, kRefresh},

@@ -102,6 +102,9 @@ class Stage {
     /// The oldest message not yet taken; nullopt when none comes in time.
     [[nodiscard]] std::optional<std::vector<std::byte>> NextMessage();
 
+    /// True when an update was announced since the last call.
+    [[nodiscard]] bool TakeAnnouncement() { return _m_listener.TakeAnnouncement(); }
+
     [[nodiscard]] AgentRole Agent() const { return _m_role; }
 
     [[nodiscard]] HMODULE Module() const { return _m_extension.Get(); }

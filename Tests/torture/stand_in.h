@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstring>
 #include <tuple>
 #include <type_traits>
 
@@ -199,6 +200,17 @@ struct SetsLastError : Unwatched {
     {
         if (FaultRun* const run = ArmedRun())
             run->lastError.Set(error);
+    }
+};
+
+/// The result is memory of the size that the only argument says. What it holds is nobody's business, and
+/// what the driver left there must not be taken for something of the module's.
+struct AllocatesMemory : Unwatched {
+    static void After(const char* call, void* result, std::size_t size) noexcept
+    {
+        if (result)
+            std::memset(result, 0xCD, size);
+        watch::Opened(watch::Kind::Memory, result, call);
     }
 };
 
