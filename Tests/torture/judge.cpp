@@ -51,9 +51,12 @@ Delivered TakeDocuments(Stage& stage)
     return delivered;
 }
 
-// Takes the document out of those that were delivered which is of this scope, or which does not say.
-std::string TakeOfScope(std::vector<std::string>& documents, bool user)
+// Takes the document that a thread has delivered out of those that came: of its scope, or one that does not
+// say. "" for a thread without success, which must not have delivered any.
+std::string TakeDocument(std::vector<std::string>& documents, const ThreadResult& thread, bool user)
 {
+    if (thread.code != ERROR_SUCCESS)
+        return {};
     const auto isOther = [&](const std::string& document) { return IsOfScope(document, !user); };
     const auto found = std::find_if_not(documents.begin(), documents.end(), isOther);
     if (found == documents.end())
@@ -134,10 +137,10 @@ void Judge::Documents(Stage& stage, DWORD secondCode, const std::string& trace)
     const bool isUser = (stage.flags & GPO_INFO_FLAG_MACHINE) == 0;
     Delivered delivered = TakeDocuments(stage);
     if (_m_result.other)
-        _m_result.other->document = TakeOfScope(delivered.first, !isUser);
-    _m_result.document = TakeOfScope(delivered.first, isUser);
+        _m_result.other->document = TakeDocument(delivered.first, *_m_result.other, !isUser);
+    _m_result.document = TakeDocument(delivered.first, _m_result, isUser);
     if (!delivered.first.empty())
-        Complain("a document was delivered twice");
+        Complain("a document was delivered twice, or with an error code");
     _Delivery("the document", _m_result, _m_undamaged ? _m_undamaged->document : "");
     if (_m_result.other)
         _Delivery("the other thread's document", *_m_result.other,
@@ -153,10 +156,9 @@ void Judge::Documents(Stage& stage, DWORD secondCode, const std::string& trace)
 
 void Judge::_Delivery(const char* whose, const ThreadResult& thread, const std::string& whole)
 {
-    if (thread.document.empty() == (thread.code == ERROR_SUCCESS))
-        Complain(whose + std::string(thread.document.empty() ? " is missing, with success"
-                                                             : " was delivered with an error code"));
-    if (!_m_undamaged || thread.document.empty() || thread.code != ERROR_SUCCESS)
+    if (thread.code == ERROR_SUCCESS && thread.document.empty())
+        Complain(whose + std::string(" is missing, with success"));
+    if (!_m_undamaged || thread.document.empty())
         return;
     if (const std::string fault = DocumentFault(whole, thread.document, _IsExcused(thread)); !fault.empty())
         Complain(whose + (' ' + fault));

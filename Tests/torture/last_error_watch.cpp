@@ -15,6 +15,12 @@ void LastErrorWatch::Read(DWORD error) noexcept
     _m_read = error;
 }
 
+void LastErrorWatch::Set(DWORD error) noexcept
+{
+    _Compare(error);
+    _m_hasRead = false;
+}
+
 // One that begins before anybody could tell of the last one goes on with its value.
 void LastErrorWatch::Enter(DWORD error) noexcept
 {
@@ -25,13 +31,14 @@ void LastErrorWatch::Enter(DWORD error) noexcept
 
 void LastErrorWatch::Leave() noexcept
 {
-    if (_m_depth != 0 && --_m_depth == 0)
+    if (_m_depth != 0 && --_m_depth == 0) {
         _m_due = true;
+        _m_hasRead = false;
+    }
 }
 
 void LastErrorWatch::Next(DWORD error) noexcept
 {
-    _m_hasRead = false;
     _Compare(error);
 }
 

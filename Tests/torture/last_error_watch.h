@@ -5,16 +5,16 @@
 /// Follows one thread of the module and tells whether its trace statements keep the last-error value: what
 /// it was when a statement began is what it must be after the statement.
 ///
-/// A statement shows itself by the lock of the trace library. The value that it keeps is the one that it read
-/// right before, else the value when it took the lock; the next call that the module makes after the lock
-/// tells what has become of it.
+/// A statement shows itself by the lock of the trace library. The value that it keeps is the one that was
+/// read since it was last set, else the value when the lock was taken; the next call that the module makes
+/// after the lock tells what has become of it.
 class LastErrorWatch {
   public:
     /// The module has read the value.
     void Read(DWORD error) noexcept;
 
     /// The module sets the value.
-    void Set(DWORD error) noexcept { _Compare(error); }
+    void Set(DWORD error) noexcept;
 
     /// The module takes the trace lock, or gives it back; `error` is the value at that time.
     void Enter(DWORD error) noexcept;
