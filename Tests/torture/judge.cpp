@@ -57,8 +57,11 @@ std::string TakeDocument(std::vector<std::string>& documents, const ThreadResult
 {
     if (thread.code != ERROR_SUCCESS)
         return {};
-    const auto isOther = [&](const std::string& document) { return IsOfScope(document, !user); };
-    const auto found = std::find_if_not(documents.begin(), documents.end(), isOther);
+    const auto saysOne = [&](const std::string& document) { return IsOfScope(document, user); };
+    const auto saysOther = [&](const std::string& document) { return IsOfScope(document, !user); };
+    auto found = std::find_if(documents.begin(), documents.end(), saysOne);
+    if (found == documents.end())
+        found = std::find_if_not(documents.begin(), documents.end(), saysOther);
     if (found == documents.end())
         return {};
     std::string taken = std::move(*found);

@@ -11,21 +11,23 @@ std::atomic<const CRITICAL_SECTION*> g_traceLock{nullptr};
 void LastErrorWatch::Read(DWORD error) noexcept
 {
     _Compare(error);
-    _m_hasRead = true;
-    _m_read = error;
+    _m_read[1] = _m_reads++ == 0 ? error : _m_read[0];
+    _m_read[0] = error;
 }
 
 void LastErrorWatch::Set(DWORD error) noexcept
 {
     _Compare(error);
-    _m_hasRead = false;
+    _m_reads = 0;
 }
 
 // One that begins before anybody could tell of the last one goes on with its value.
 void LastErrorWatch::Enter(DWORD error) noexcept
 {
-    if (_m_depth++ == 0 && !_m_due)
-        _m_promised = _m_hasRead ? _m_read : error;
+    if (_m_depth++ == 0 && !_m_due) {
+        _m_promised[0] = _m_reads != 0 ? _m_read[0] : error;
+        _m_promised[1] = _m_reads != 0 ? _m_read[1] : error;
+    }
     _m_due = false;
 }
 
@@ -33,7 +35,7 @@ void LastErrorWatch::Leave() noexcept
 {
     if (_m_depth != 0 && --_m_depth == 0) {
         _m_due = true;
-        _m_hasRead = false;
+        _m_reads = 0;
     }
 }
 
@@ -47,7 +49,7 @@ void LastErrorWatch::_Compare(DWORD error) noexcept
     if (!_m_due)
         return;
     _m_due = false;
-    ++(error == _m_promised ? _m_kept : _m_broken);
+    ++(error == _m_promised[0] || error == _m_promised[1] ? _m_kept : _m_broken);
 }
 
 void SetTraceLock(const CRITICAL_SECTION* lock) noexcept

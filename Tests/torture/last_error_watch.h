@@ -5,9 +5,10 @@
 /// Follows one thread of the module and tells whether its trace statements keep the last-error value: what
 /// it was when a statement began is what it must be after the statement.
 ///
-/// A statement shows itself by the lock of the trace library. The value that it keeps is the one that was
-/// read since it was last set, else the value when the lock was taken; the next call that the module makes
-/// after the lock tells what has become of it.
+/// A statement shows itself by the lock of the trace library. The value that it keeps is one of the last two
+/// that were read since it was last set, for the library reads it once more where a thread is new; without
+/// any, the value when the lock was taken. The next call that the module makes after the lock tells what has
+/// become of it.
 class LastErrorWatch {
   public:
     /// The module has read the value.
@@ -31,9 +32,9 @@ class LastErrorWatch {
   private:
     void _Compare(DWORD error) noexcept;
 
-    bool _m_hasRead = false;
-    DWORD _m_read = 0;
-    DWORD _m_promised = 0;
+    unsigned _m_reads = 0;  ///< since the value was last set
+    DWORD _m_read[2]{};     ///< the last one and the one before
+    DWORD _m_promised[2]{}; ///< one of these must it be after the statement
     unsigned _m_depth = 0;
     bool _m_due = false; ///< a statement has ended, and its outcome is not known yet
     unsigned _m_kept = 0;
