@@ -85,6 +85,26 @@ bool IsSame(const std::string& line, const std::string& whole)
     return line == whole || IsWithoutGroupName(line, whole);
 }
 
+// True for an element that holds nothing, as the next line tells.
+bool IsChildless(const std::vector<std::string>& lines, std::size_t at)
+{
+    return at + 1 == lines.size() || lines[at + 1].find_first_not_of(' ') <= lines[at].find_first_not_of(' ');
+}
+
+// The document's lines; where that is excused, without what targeting would have excluded, and without lists
+// of policies that hold nothing else.
+std::vector<std::string> LinesToCompare(const std::string& document, bool excused)
+{
+    std::vector<std::string> lines = Lines(document);
+    if (!excused)
+        return lines;
+    std::erase_if(lines, [](const std::string& line) { return line.find(c_excluded) != std::string::npos; });
+    for (std::size_t at = lines.size(); at-- != 0;)
+        if (lines[at].find("  Policies") != std::string::npos && IsChildless(lines, at))
+            lines.erase(lines.begin() + static_cast<std::ptrdiff_t>(at));
+    return lines;
+}
+
 // The first of `lines`, from `next` on, for which `line` stands: as it is, or, where that is excused, without
 // some of its attributes. lines.size() for none.
 std::size_t FindLine(const std::vector<std::string>& lines, std::size_t next, const std::string& line,
@@ -107,17 +127,13 @@ std::string DocumentFault(const std::string& whole, const std::string& got, bool
         return got == whole || (excused && IsUpdate(got)) ? "" : "is not the command: " + got;
     if (!IsUpdate(got))
         return "is no update: " + got;
-    const std::vector<std::string> all = Lines(whole);
-    const std::vector<std::string> lines = Lines(got);
+    const std::vector<std::string> all = LinesToCompare(whole, excused);
+    const std::vector<std::string> lines = LinesToCompare(got, excused);
     if (!IsPartOf(lines[0], all[0]))
         return "has another root: " + lines[0];
     std::size_t missing = Attributes(all[0]).size() - Attributes(lines[0]).size();
     std::size_t next = 1;
     for (std::size_t line = 1; line < lines.size(); ++line, ++next) {
-        if (excused && lines[line].find(c_excluded) != std::string::npos) {
-            --next; // no line of the undamaged one stands for it
-            continue;
-        }
         const std::size_t found = FindLine(all, next, lines[line], excused);
         missing += found - next;
         next = found;

@@ -129,7 +129,8 @@ std::vector<Point> PointsOf(const Scenario& scenario, unsigned calls, const Opti
     }
     if (options.sample == 0)
         return points;
-    const auto share = std::max<std::size_t>(1, options.sample / AllScenarios().size());
+    const std::size_t scenarios = options.scenario.empty() ? AllScenarios().size() : 1;
+    const auto share = std::max<std::size_t>(1, options.sample / scenarios);
     std::vector<Point> sample;
     std::sample(points.begin(), points.end(), std::back_inserter(sample), share, std::mt19937(options.seed));
     return sample;
