@@ -159,8 +159,10 @@ bool CkxXMLNode::SelectNodes(const wchar_t* query, std::vector<CkxXMLNode>& node
         std::vector<CkxXMLNode> selected;
         CComPtr<IXMLDOMNode> node;
         HRESULT next = list->nextNode(&node);
-        for (; next == S_OK && node; next = list->nextNode(&node))
-            selected.emplace_back(std::move(node));
+        for (; next == S_OK && node; next = list->nextNode(&node)) {
+            selected.emplace_back(node.p);
+            node.Release();
+        }
         if (FAILED(next))
             return Report::Failed("SelectNodes", "nextNode", next);
         nodes = std::move(selected);
