@@ -87,13 +87,19 @@ void CkxXMLDocument::_Attach(HRESULT created)
         (void)ReportFailed("CkxXMLDocument", "QueryInterface(IXMLDOMNode)", hr);
         return;
     }
+    // Otherwise a load would be done before the text is read.
+    if (const HRESULT synchronous = _m_document->put_async(VARIANT_FALSE); FAILED(synchronous)) {
+        _m_node.Release();
+        _m_document.Release();
+        (void)ReportFailed("CkxXMLDocument", "put_async", synchronous);
+        return;
+    }
     _Harden();
 }
 
 // Settings that a parser does not know are made up for after parsing, in _Accept.
 void CkxXMLDocument::_Harden() const
 {
-    (void)_m_document->put_async(VARIANT_FALSE);
     (void)_m_document->put_validateOnParse(VARIANT_FALSE);
     (void)_m_document->put_resolveExternals(VARIANT_FALSE);
     CComPtr<IXMLDOMDocument2> document2;
@@ -114,6 +120,10 @@ bool CkxXMLDocument::_Accept(HRESULT hr, VARIANT_BOOL parsed)
     const HRESULT asked = _m_document->get_doctype(&doctype);
     if (SUCCEEDED(asked) && !doctype)
         return true;
+    if (asked == E_OUTOFMEMORY) {
+        (void)_Refuse(kUnknownDoctype);
+        return ReportFailed("Load", "get_doctype", asked);
+    }
     doctype.Release();
     return _Refuse(SUCCEEDED(asked) ? kHasDoctype : kUnknownDoctype);
 }
@@ -218,13 +228,17 @@ bool CkxXMLDocument::CreateElement(const wchar_t* name, CkxXMLNode& element) con
 bool CkxXMLDocument::SetRootElement(const CkxXMLNode& node) const
 {
     CComPtr<IXMLDOMElement> element;
-    if (!_m_document || node.IsNull() ||
-        FAILED(node.Get()->QueryInterface(__uuidof(IXMLDOMElement), reinterpret_cast<void**>(&element)))) {
+    HRESULT hr = E_POINTER;
+    if (_m_document && !node.IsNull())
+        hr = node.Get()->QueryInterface(__uuidof(IXMLDOMElement), reinterpret_cast<void**>(&element));
+    if (FAILED(hr)) {
         KXT_SCOPE("SetRootElement");
         KXT_OUT(KXT_ERROR, "ERROR: Cannot get IXMLDOMElement");
+        if (hr == E_OUTOFMEMORY)
+            AtlThrow(hr);
         return false;
     }
-    const HRESULT hr = _m_document->putref_documentElement(element);
+    hr = _m_document->putref_documentElement(element);
     return hr == S_OK || ReportFailed("SetRootElement", "putref_documentElement", hr);
 }
 

@@ -20,8 +20,10 @@ using Report = CkxXMLNodeReport;
 CComPtr<IXMLDOMElement> ElementOf(IXMLDOMNode* node, const char* method)
 {
     CComPtr<IXMLDOMElement> element;
-    if (!node || FAILED(node->QueryInterface(__uuidof(IXMLDOMElement), reinterpret_cast<void**>(&element))))
-        (void)Report::NoElement(method);
+    const HRESULT hr =
+        node ? node->QueryInterface(__uuidof(IXMLDOMElement), reinterpret_cast<void**>(&element)) : E_POINTER;
+    if (FAILED(hr))
+        (void)Report::NoElement(method, hr);
     return element;
 }
 

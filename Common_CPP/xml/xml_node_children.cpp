@@ -229,7 +229,8 @@ bool CkxXMLNode::_MayTake(const char* method, const CkxXMLNode& child) const
     if (IsNull() || child.IsNull())
         return Report::Empty(method);
     DOMNodeType type = NODE_INVALID;
-    (void)child.Get()->get_nodeType(&type);
+    if (!Report::Found(method, "get_nodeType", child.Get()->get_nodeType(&type)))
+        return false;
     switch (type) {
     case NODE_ELEMENT:
         return !_m_lineage.IsHeldBy(_m_node, child.Get(), child._m_lineage) ||

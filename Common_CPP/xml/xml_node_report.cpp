@@ -21,9 +21,11 @@ bool CkxXMLNodeReport::Failed(const char* method, const char* call, HRESULT hr)
     return false;
 }
 
-bool CkxXMLNodeReport::NoElement(const char* method) noexcept
+bool CkxXMLNodeReport::NoElement(const char* method, HRESULT hr)
 {
     KXT_SCOPE(method);
     KXT_OUT(KXT_ERROR, "ERROR: Cannot get IXMLDOMElement");
+    if (hr == E_OUTOFMEMORY)
+        AtlThrow(hr);
     return false;
 }

@@ -21,6 +21,6 @@ class CkxXMLNodeReport {
         return hr == S_OK || (FAILED(hr) && Failed(method, call, hr));
     }
 
-    /// The node is no element.
-    static bool NoElement(const char* method) noexcept;
+    /// The node is no element, as `hr` says.
+    static bool NoElement(const char* method, HRESULT hr);
 };

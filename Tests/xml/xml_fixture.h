@@ -97,12 +97,13 @@ class XmlTest : public ::testing::Test {
     std::streamoff _m_traceRead = 0;
 };
 
-/// While it lives, a method of all objects of this object's class fails.
+/// While it lives, a method of all objects of this object's class fails. One at a time.
 class FailingMethod {
   public:
-    FailingMethod(IUnknown* object, std::size_t slot)
+    FailingMethod(IUnknown* object, std::size_t slot, HRESULT failure = E_FAIL)
         : _m_slot(*reinterpret_cast<void***>(object) + slot), _m_method(*_m_slot)
     {
+        _s_failure = failure;
         _Write(reinterpret_cast<void*>(&_Fail));
     }
 
@@ -112,7 +113,7 @@ class FailingMethod {
     FailingMethod& operator=(const FailingMethod&) = delete;
 
   private:
-    static HRESULT WINAPI _Fail() { return E_FAIL; }
+    static HRESULT WINAPI _Fail() { return _s_failure; }
 
     void _Write(void* method) const
     {
@@ -121,6 +122,8 @@ class FailingMethod {
         *_m_slot = method;
         ::VirtualProtect(_m_slot, sizeof *_m_slot, protection, &protection);
     }
+
+    static inline HRESULT _s_failure = E_FAIL;
 
     void** _m_slot;
     void* _m_method;

@@ -223,6 +223,33 @@ TEST_F(XmlNodeTest, AWalkThatBreaksOffIsTraced)
     EXPECT_FALSE(node.LacksAttribute(L"x"));
 }
 
+// Nobody may go on with less than there is.
+TEST_F(XmlNodeTest, WhereMemoryIsGoneNothingIsTakenForAbsent)
+{
+    const CkxXMLNode node = Parse(L"<a x='1'><b/><c/></a>");
+    const CkxXMLNode first = Child(node, L"b");
+    CkxXMLNode found;
+    CString text;
+
+    const struct {
+        std::size_t slot;
+        std::function<bool()> step;
+    } rows[] = {
+        {0, [&] { return node.SetAttribute(L"x", L"2"); }},
+        {0, [&] { return node.GetAttribute(L"x", text); }},
+        {0, [&] { return document.SetRootElement(node); }},
+        {10, [&] { return node.AppendChild(first); }},
+        {16, [&] { return first.GetNextSibling(L"c", found); }},
+        {44, [&] { return node.GetAttribute(L"x", text); }},
+    };
+
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.slot);
+        const FailingMethod failing(node.Get(), row.slot, E_OUTOFMEMORY);
+        EXPECT_THROW((void)row.step(), CAtlException);
+    }
+}
+
 TEST_F(XmlNodeTest, TextOfMixedContent)
 {
     const struct {
