@@ -6,12 +6,13 @@
 
 namespace com {
 
-/// What a method gives that fails alone, and what one gives when everything fails: memory is gone then.
-template <HRESULT Alone, HRESULT Always>
+/// What a method gives that fails alone, and what one gives where memory is gone, as it is when everything
+/// fails.
+template <HRESULT Alone, HRESULT NoMemory>
 struct Failure {
     static HRESULT Of(const FaultRun* run) noexcept
     {
-        return run && run->Plan().mode == FaultPlan::Mode::FailFrom ? Always : Alone;
+        return run && run->Plan().mode != FaultPlan::Mode::FailNth ? NoMemory : Alone;
     }
 };
 

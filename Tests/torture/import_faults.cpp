@@ -116,8 +116,10 @@ using Unregister = LONG(NTAPI*)(void*);
 bool FaultRun::Take(const char* call) noexcept
 {
     ++_m_calls;
-    const bool fails = (_m_plan.mode == FaultPlan::Mode::FailNth && _m_calls == _m_plan.at) ||
-                       (_m_plan.mode == FaultPlan::Mode::FailFrom && _m_calls >= _m_plan.at);
+    if (_m_plan.mode == FaultPlan::Mode::CountOnly && std::strstr(call, "::"))
+        _m_objectCalls.push_back(_m_calls); // the driver itself does not run out of memory
+    const bool fails = (_m_plan.mode == FaultPlan::Mode::FailFrom && _m_calls > _m_plan.at) ||
+                       (_m_plan.mode != FaultPlan::Mode::CountOnly && _m_calls == _m_plan.at);
     if (fails && !_m_failedCall) {
         _m_failedCall = call;
         _m_depth =

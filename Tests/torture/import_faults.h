@@ -23,7 +23,12 @@
 
 /// Which of the numbered calls fail. Numbers begin with 1.
 struct FaultPlan {
-    enum class Mode { CountOnly, FailNth, FailFrom };
+    enum class Mode {
+        CountOnly,
+        FailNth,
+        FailFrom,
+        NoMemoryNth, ///< as FailNth, for a call on a COM object: it says that memory is gone
+    };
     Mode mode = Mode::CountOnly;
     unsigned at = 0; ///< the number of the call that fails, or of the first that does
 };
@@ -45,6 +50,9 @@ class FaultRun {
 
     [[nodiscard]] const FaultPlan& Plan() const noexcept { return _m_plan; }
 
+    /// The numbers of the calls on COM objects, of a run that only counts.
+    [[nodiscard]] const std::vector<unsigned>& ObjectCalls() const noexcept { return _m_objectCalls; }
+
     /// Numbers one call; true when it has to fail.
     [[nodiscard]] bool Take(const char* call) noexcept;
 
@@ -54,6 +62,7 @@ class FaultRun {
   private:
     FaultPlan _m_plan;
     unsigned _m_calls = 0;
+    std::vector<unsigned> _m_objectCalls;
     std::atomic<const char*> _m_failedCall{nullptr}; // read by whoever names a run that does not end
     std::array<void*, 24> _m_frames{};
     std::size_t _m_depth = 0;

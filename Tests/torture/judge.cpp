@@ -171,8 +171,10 @@ void Judge::_Delivery(const char* whose, const ThreadResult& thread, const std::
 // whatever was traced.
 bool Judge::_IsExcused(const ThreadResult& thread) const
 {
+    using enum FaultPlan::Mode;
     const bool onlyMemoryGone =
-        _m_plan.mode == FaultPlan::Mode::FailNth && thread.failedCall && IsMemoryCall(thread.failedCall);
+        _m_plan.mode == NoMemoryNth ||
+        (_m_plan.mode == FailNth && thread.failedCall && IsMemoryCall(thread.failedCall));
     return _m_scenario.entry.deliversParts && thread.failedCall && !onlyMemoryGone && _HasNewError();
 }
 

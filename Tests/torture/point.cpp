@@ -137,6 +137,7 @@ PointResult RunPoint(Stage& stage, const Scenario& scenario, FaultPlan plan, con
     judge.LastErrors(faults.lastError);
     judge.Leavings(stage);
     result.calls = faults.Calls();
+    result.objectCalls = faults.ObjectCalls();
     result.failedCall = faults.FailedCall();
     // Two threads share the work that comes up once, one way or the other.
     if (plan.mode != FaultPlan::Mode::CountOnly && !result.failedCall && !HasOther(scenario))

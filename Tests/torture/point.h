@@ -18,6 +18,7 @@ struct ThreadResult {
 struct PointResult : ThreadResult {
     std::optional<ThreadResult> other; ///< of the thread beside it, where the scenario has one
     unsigned calls = 0;                ///< fallible calls that were numbered
+    std::vector<unsigned> objectCalls; ///< of them, those on COM objects
     std::string failedAt;              ///< where the failed call came from, as offsets in the module
     std::set<std::string> errors;      ///< what the error lines of its trace say
     std::string recorded;              ///< what the undisturbed run afterwards left in the store of RSoP

@@ -1,9 +1,12 @@
-// Fails every fallible call of the shipped module, one a run, and everything from that call on.
+// Fails every fallible call of the shipped module, one a run, and everything from that call on; and has every
+// call on a COM object say, one a run, that memory is gone.
 //
-//     kx_torture.exe [--module PATH] [--scenario NAME] [--sample N [--seed S]] [--only N] [--from N]
+//     kx_torture.exe [--module PATH] [--scenario NAME] [--sample N [--seed S]]
+//                    [--only N] [--from N] [--memory N]
 //
-// Without --sample the whole sweep; with it, about N points spread over the scenarios. --only and --from run
-// one point of one scenario: they are what a failing point prints.
+// Without --sample the whole sweep; with it, about N points spread over the scenarios. --only, --from and
+// --memory run one point of one scenario: they are what a failing point prints. With 0 they run all points of
+// their kind.
 
 #include "Tests/torture/com_faults.h"
 #include "Tests/torture/point.h"
@@ -47,6 +50,8 @@ const char* ModeName(FaultPlan::Mode mode)
         return "--only";
     case FaultPlan::Mode::FailFrom:
         return "--from";
+    case FaultPlan::Mode::NoMemoryNth:
+        return "--memory";
     case FaultPlan::Mode::CountOnly:
         break;
     }
@@ -118,15 +123,22 @@ PointResult Run(Stage& stage, const Point& point, const PointResult* undamaged)
     return result;
 }
 
-std::vector<Point> PointsOf(const Scenario& scenario, unsigned calls, const Options& options)
+std::vector<Point> PointsOf(const Scenario& scenario, const PointResult& undamaged, const Options& options)
 {
-    std::vector<Point> points;
-    if (options.only.mode != FaultPlan::Mode::CountOnly)
+    using enum FaultPlan::Mode;
+    if (options.only.at != 0)
         return {{&scenario, options.only}};
-    for (unsigned call = 1; call <= calls; ++call) {
-        points.push_back({&scenario, {FaultPlan::Mode::FailNth, call}});
-        points.push_back({&scenario, {FaultPlan::Mode::FailFrom, call}});
-    }
+    const auto wants = [&](FaultPlan::Mode mode) {
+        return options.only.mode == CountOnly || options.only.mode == mode;
+    };
+    std::vector<Point> points;
+    for (unsigned call = 1; call <= undamaged.calls; ++call)
+        for (const FaultPlan::Mode mode : {FailNth, FailFrom})
+            if (wants(mode))
+                points.push_back({&scenario, {mode, call}});
+    for (const unsigned call : undamaged.objectCalls)
+        if (wants(NoMemoryNth))
+            points.push_back({&scenario, {NoMemoryNth, call}});
     if (options.sample == 0)
         return points;
     const std::size_t scenarios = options.scenario.empty() ? AllScenarios().size() : 1;
@@ -151,7 +163,7 @@ Tally Sweep(const Scenario& scenario, const Options& options)
     Tally tally;
     if (!undamaged.complaint.empty())
         return {0, 1};
-    for (const Point& point : PointsOf(scenario, undamaged.calls, options)) {
+    for (const Point& point : PointsOf(scenario, undamaged, options)) {
         ++tally.swept;
         tally.survived += Run(stage, point, &undamaged).complaint.empty();
     }
@@ -192,10 +204,12 @@ bool ParseOptions(int count, wchar_t** arguments, Options& options)
             options.only = {FaultPlan::Mode::FailNth, number};
         else if (name == L"--from")
             options.only = {FaultPlan::Mode::FailFrom, number};
+        else if (name == L"--memory")
+            options.only = {FaultPlan::Mode::NoMemoryNth, number};
         else
             return false;
     }
-    return count % 2 == 1 && (options.only.mode == FaultPlan::Mode::CountOnly || !options.scenario.empty());
+    return count % 2 == 1 && (options.only.at == 0 || !options.scenario.empty());
 }
 
 int Torture(const Options& options)
@@ -224,7 +238,7 @@ int wmain(int count, wchar_t** arguments)
     Options options;
     if (!ParseOptions(count, arguments, options)) {
         std::printf("kx_torture.exe [--module PATH] [--scenario NAME] [--sample N [--seed S]] [--only N] "
-                    "[--from N]\n");
+                    "[--from N] [--memory N]\n");
         return 1;
     }
     ::SetUnhandledExceptionFilter(OnCrash);
