@@ -113,13 +113,29 @@ using Unregister = LONG(NTAPI*)(void*);
 
 } // namespace
 
+// Where two threads share work, numbers may shift: then it is the next call on an object that says so.
+bool FaultRun::_Fails(bool isOnObject) const noexcept
+{
+    switch (_m_plan.mode) {
+    case Mode::FailNth:
+        return _m_calls == _m_plan.at;
+    case Mode::FailFrom:
+        return _m_calls >= _m_plan.at;
+    case Mode::NoMemoryNth:
+        return _m_calls >= _m_plan.at && isOnObject && !_m_failedCall;
+    case Mode::CountOnly:
+        break;
+    }
+    return false;
+}
+
 bool FaultRun::Take(const char* call) noexcept
 {
     ++_m_calls;
-    if (_m_plan.mode == FaultPlan::Mode::CountOnly && std::strstr(call, "::"))
+    const bool isOnObject = std::strstr(call, "::") != nullptr;
+    if (_m_plan.mode == Mode::CountOnly && isOnObject)
         _m_objectCalls.push_back(_m_calls); // the driver itself does not run out of memory
-    const bool fails = (_m_plan.mode == FaultPlan::Mode::FailFrom && _m_calls > _m_plan.at) ||
-                       (_m_plan.mode != FaultPlan::Mode::CountOnly && _m_calls == _m_plan.at);
+    const bool fails = _Fails(isOnObject);
     if (fails && !_m_failedCall) {
         _m_failedCall = call;
         _m_depth =

@@ -60,6 +60,10 @@ class FaultRun {
     LastErrorWatch lastError;
 
   private:
+    using Mode = FaultPlan::Mode;
+
+    [[nodiscard]] bool _Fails(bool isOnObject) const noexcept;
+
     FaultPlan _m_plan;
     unsigned _m_calls = 0;
     std::vector<unsigned> _m_objectCalls;
