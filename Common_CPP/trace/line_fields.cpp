@@ -22,7 +22,7 @@ void D_WritePrefix(D_Line_c& line, const kx::PrefixTemplate* prefix, kx::PrefixF
         kx::PrefixTemplate(kx::kDefaultPrefix).Write(line, fields);
         return;
     }
-    if (prefix->NeedsTime())
+    if (prefix->NeedsTime(fields))
         fields.time = D_ReadLocalClock();
     prefix->Write(line, fields);
 }

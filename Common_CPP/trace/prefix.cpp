@@ -44,12 +44,17 @@ bool IsAmong(PrefixToken token, PrefixTokens tokens) noexcept
            (token != PrefixToken::File && token != PrefixToken::Line && token != PrefixToken::Level);
 }
 
-// Text that could complete a token together with what stands beside it.
+// Text that could complete a token together with what stands beside it; an empty one lets its neighbours
+// meet.
 bool CouldMakeToken(std::string_view value) noexcept
 {
     // Values are short: a loop here is quicker than the library's search.
-    return std::find(value.begin(), value.end(), '%') != value.end() ||
-           (!value.empty() && value.back() == '<');
+    return value.empty() || value.back() == '<' || std::find(value.begin(), value.end(), '%') != value.end();
+}
+
+bool CouldMakeToken(const char* value) noexcept
+{
+    return value && CouldMakeToken(std::string_view(value));
 }
 
 std::string_view OrElse(const char* text, std::string_view otherwise) noexcept
@@ -95,9 +100,11 @@ void PrefixTemplate::_TakeApart()
 
 bool PrefixTemplate::_NeedsWordForWord(const PrefixFields& fields) const noexcept
 {
-    return _m_irregular || CouldMakeToken(fields.threadName) ||
-           CouldMakeToken(OrElse(fields.stackName, {})) || CouldMakeToken(fields.file) ||
-           CouldMakeToken(OrElse(fields.className, {})) || CouldMakeToken(fields.indentFilling);
+    // What is missing has a text of its own, or, as the indentation, is the last to be replaced.
+    const auto given = [](std::string_view text) { return !text.empty() && CouldMakeToken(text); };
+    return _m_irregular || given(fields.threadName) || CouldMakeToken(fields.stackName) ||
+           (_m_tokens == PrefixTokens::All && CouldMakeToken(fields.file)) ||
+           CouldMakeToken(fields.className) || given(fields.indentFilling);
 }
 
 std::string PrefixTemplate::_WordForWord(const PrefixFields& fields) const

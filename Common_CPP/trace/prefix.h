@@ -61,8 +61,12 @@ class PrefixTemplate {
 
     [[nodiscard]] const std::string& Text() const noexcept { return _m_text; }
 
-    /// True when the template shows the date or the time, so that the clock must be read.
-    [[nodiscard]] bool NeedsTime() const noexcept { return _m_needsTime; }
+    /// True when the template can show the date or the time, so that the clock must be read: by a token of
+    /// its own, or by one in a value.
+    [[nodiscard]] bool NeedsTime(const PrefixFields& fields) const noexcept
+    {
+        return _m_needsTime || _NeedsWordForWord(fields);
+    }
 
     /// Writes a line's beginning to `out`, anything with Append(std::string_view): the template with its
     /// values, and a blank behind unless it is empty or ends in one.

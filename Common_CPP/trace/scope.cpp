@@ -46,7 +46,7 @@ void PrintScopeLine(Template which, D_ThreadState_c& thread, const char* classNa
             const kx::PrefixTemplate& line = templates->*which;
             kx::PrefixFields fields = D_LineFields(runtime->settings, thread);
             fields.className = className;
-            if (line.NeedsTime())
+            if (line.NeedsTime(fields))
                 fields.time = D_ReadLocalClock();
             D_Line_c text(0, D_Runtime_c::WriteOutput);
             line.Expand(text, fields);

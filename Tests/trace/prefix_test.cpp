@@ -65,6 +65,14 @@ TEST(Prefix, ShowsFields)
     EXPECT_EQ(Prefix("<%LEVEL>", fields), "<no level> ");
 }
 
+TEST(Prefix, AnEmptyValueLetsItsNeighboursMeet)
+{
+    kx::PrefixFields fields = SomeFields();
+    fields.stackName = "";
+    EXPECT_EQ(Prefix("<<%STACK>%LINE>", fields), "56 ");
+    EXPECT_TRUE(kx::PrefixTemplate("<<%STACK>%SEC>").NeedsTime(fields));
+}
+
 // Templates and values from an alphabet that makes tokens meet, overlap and hide in values.
 TEST(Prefix, AgreesWithReplacingWordForWord)
 {
@@ -94,6 +102,16 @@ TEST(Prefix, AgreesWithReplacingWordForWord)
         const std::string format = text(5);
         ASSERT_EQ(Prefix(format, fields), kx::oracle::Prefix(format, fields)) << format << " round " << round;
     }
+}
+
+TEST(Prefix, ReadsTheClockForATokenInAValueToo)
+{
+    kx::PrefixFields fields = SomeFields();
+    EXPECT_FALSE(kx::PrefixTemplate("<%TNAME>").NeedsTime(fields));
+    EXPECT_TRUE(kx::PrefixTemplate("<%MSEC>").NeedsTime(fields));
+    fields.threadName = "<%YEAR>";
+    EXPECT_TRUE(kx::PrefixTemplate("<%TNAME>").NeedsTime(fields));
+    EXPECT_EQ(Prefix("<%TNAME>", fields), "2026 ");
 }
 
 TEST(FileStrip, KeepsTheLastComponents)
