@@ -14,9 +14,11 @@ std::optional<std::uint64_t> ReadConfigNumber(std::string_view text, std::uint64
     std::uint64_t value = 0;
     for (; !text.empty() && text.front() >= '0' && text.front() <= '9'; text.remove_prefix(1)) {
         const auto digit = static_cast<std::uint64_t>(text.front() - '0');
-        if (value > (max - digit) / 10)
+        if (value > max / 10)
             return std::nullopt;
         value = value * 10 + digit;
+        if (value > max)
+            return std::nullopt;
     }
     if (value == 0 && !beginsWithZero)
         return std::nullopt;
