@@ -1,6 +1,8 @@
 // Steps over XML text, for the files beside this one that read it without a parser.
 #pragma once
 
+#include "Common_CPP/xml/xml_text.h"
+
 #include <algorithm>
 #include <cstdint>
 #include <string_view>
@@ -37,7 +39,7 @@ template <class Char>
             return 0;
         code = code * base + value;
     }
-    return code <= 0x10FFFF ? code : 0;
+    return IsXmlCharacter(code) ? code : 0;
 }
 
 /// The character that a reference names, without its "&" and ";"; 0 for none.

@@ -2,6 +2,12 @@
 
 namespace kx {
 
+bool IsXmlCharacter(std::uint32_t code) noexcept
+{
+    return code == 0x9 || code == 0xA || code == 0xD || (code >= 0x20 && code <= 0xD7FF) ||
+           (code >= 0xE000 && code <= 0xFFFD) || (code >= 0x10000 && code <= 0x10FFFF);
+}
+
 namespace {
 
 bool IsHigh(unsigned unit) noexcept
@@ -12,13 +18,6 @@ bool IsHigh(unsigned unit) noexcept
 bool IsLow(unsigned unit) noexcept
 {
     return unit >= 0xDC00 && unit <= 0xDFFF;
-}
-
-// The XML 1.0 character range, for code units that stand for themselves.
-bool IsXmlCharacter(unsigned unit) noexcept
-{
-    return unit == 0x9 || unit == 0xA || unit == 0xD || (unit >= 0x20 && unit <= 0xD7FF) ||
-           (unit >= 0xE000 && unit <= 0xFFFD);
 }
 
 // How many code units from `at` on make one allowed character: 1, 2, or 0 when what stands there is not.

@@ -2,11 +2,16 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 
 // Char is char16_t or wchar_t; one stands for one UTF-16 code unit.
 namespace kx {
+
+/// Whether XML 1.0 has a character with this code point. A UTF-16 code unit is asked about as one that stands
+/// for itself.
+[[nodiscard]] bool IsXmlCharacter(std::uint32_t code) noexcept;
 
 /// The index of the first UTF-16 code unit that XML 1.0 does not allow where it stands (a control
 /// character, half of a surrogate pair alone, U+FFFE, U+FFFF), or npos. Linear.

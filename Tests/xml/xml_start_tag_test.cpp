@@ -22,6 +22,8 @@ TEST(XmlStartTag, ReadsWhatTheTagSays)
         {"not from another's value", u"<P a=\" b='1' \"/>", std::nullopt},
         {"a reference to nothing", u"<P b=\"&none;\"/>", std::nullopt},
         {"beyond all characters", u"<P b=\"&#x110000;\"/>", std::nullopt},
+        {"half of a pair", u"<P b=\"&#xD800;\"/>", std::nullopt},
+        {"a control character", u"<P b=\"&#2;\"/>", std::nullopt},
         {"a reference without an end", u"<P b=\"&amp\"/>", std::nullopt},
         {"cut off", u"<P b=\"1", std::nullopt},
         {"cut off after the name", u"<P b", std::nullopt},
