@@ -3,39 +3,18 @@
 // moment and an offset, and the whole text the value of a key.
 //
 //   wql_fuzz -max_len=512 -dict=wql.dict
+#include "Tests/fuzz/fuzz_input.h"
 #include "Tools/rsop_store/object_path.h"
 #include "Tools/rsop_store/wmi_time.h"
 #include "Tools/rsop_store/wql.h"
 
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
 
 namespace {
 
 constexpr std::uint64_t c_ticksPerMinute = 600'000'000;
 
-void Require(bool holds, const char* what)
-{
-    if (holds)
-        return;
-    std::fprintf(stderr, "wrong: %s\n", what);
-    std::abort();
-}
-
-/// Bytes mostly stand for ASCII, so that keywords come about; 0x80 and above reach everything else.
-std::wstring TextOf(const std::uint8_t* data, std::size_t size)
-{
-    std::wstring text;
-    for (std::size_t i = 0; i < size; ++i)
-        if (data[i] < 0x80 || i + 1 == size)
-            text += static_cast<wchar_t>(data[i]);
-        else {
-            text += static_cast<wchar_t>(data[i] << 8 | data[i + 1]);
-            ++i;
-        }
-    return text;
-}
+using fuzz::Require;
 
 void CheckQuery(const std::wstring& text)
 {
@@ -110,7 +89,7 @@ void CheckTicks(std::uint64_t ticks, int offset)
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    const std::wstring text = TextOf(data, size);
+    const std::wstring text = fuzz::TextOf<wchar_t>(data, size);
     CheckQuery(text);
     CheckPath(text);
     CheckTimeText(text);

@@ -3,23 +3,12 @@
 //
 //   xml_text_fuzz -max_len=2048
 #include "Common_CPP/xml/xml_query.h"
-#include "Common_CPP/xml/xml_start_tag.h"
 #include "Common_CPP/xml/xml_text.h"
-
-#include <cstdint>
-#include <cstdio>
-#include <cstdlib>
-#include <cstring>
+#include "Tests/fuzz/fuzz_input.h"
 
 namespace {
 
-void Require(bool holds, const char* what)
-{
-    if (holds)
-        return;
-    std::fprintf(stderr, "wrong: %s\n", what);
-    std::abort();
-}
+using fuzz::Require;
 
 bool IsKept(char16_t unit)
 {
@@ -97,24 +86,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         return 0;
     const std::size_t tagLength = data[0] % 8;
     const auto replacement = static_cast<char16_t>(data[0] / 8);
-    // Bytes mostly stand for ASCII, so that tags and texts meet; 0x80 and above reach everything else.
-    std::u16string units;
-    for (std::size_t i = 1; i < size; ++i)
-        if (data[i] < 0x80 || i + 1 == size)
-            units += static_cast<char16_t>(data[i]);
-        else {
-            units += static_cast<char16_t>(data[i] << 8 | data[i + 1]);
-            ++i;
-        }
+    const std::u16string units = fuzz::TextOf<char16_t>(data + 1, size - 1);
     const std::u16string tag = units.substr(0, tagLength);
     const std::u16string text = units.substr(tag.size());
 
     std::u16string ours = text;
     kx::ReplaceInvalidCharacters(ours.data(), ours.size(), replacement);
     Require(ours == NaiveInvalidCharacters(text, replacement), "ReplaceInvalidCharacters");
-
-    std::u16string value;
-    (void)kx::ReadStartTagAttribute(std::u16string_view(text), std::u16string_view(tag), value);
 
     ours = text;
     kx::ReplaceInvalidXml(ours.data(), ours.size());
