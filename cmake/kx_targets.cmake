@@ -14,6 +14,11 @@ if(WIN32)
   target_link_options(kx_options INTERFACE
     -static -Wl,--gc-sections -Wl,--dynamicbase -Wl,--nxcompat -Wl,--high-entropy-va)
 endif()
+if(KX_COVERAGE)
+  # Threads count side by side. Not optimised, so that a line's figures are the line's.
+  target_compile_options(kx_options INTERFACE --coverage -fprofile-update=atomic -O0)
+  target_link_options(kx_options INTERFACE --coverage -Wl,-S) # the linker takes minutes for what debuggers read
+endif()
 if(KX_FUZZ)
   add_compile_options(-fsanitize=fuzzer-no-link)
 endif()
@@ -56,6 +61,9 @@ function(kx_library name)
   target_link_libraries(kx_${name} ${scope} ${ARG_SYSTEM})
 endfunction()
 
+# Everything that ctest runs, without what else is built by default.
+add_custom_target(kx_tests)
+
 # kx_test(name NATIVE|WINE [SERIAL] SOURCES sources LIBRARIES libraries)
 # One GoogleTest program, one CTest entry. NATIVE: built wherever the pure parts are, run under the
 # sanitizers only. WINE: a Windows program. SERIAL: uses the agent's fixed pipe and event names.
@@ -64,9 +72,14 @@ function(kx_test name)
   if(ARG_NATIVE AND WIN32 OR ARG_WINE AND NOT WIN32)
     return()
   endif()
+  # Takes the compiler and the linker half an hour when it counts, and is no part of the goals.
+  if(KX_COVERAGE AND name MATCHES "^gpsim_")
+    return()
+  endif()
   add_executable(${name} ${ARG_SOURCES})
   target_link_libraries(${name} PRIVATE ${ARG_LIBRARIES} kx_options kx_test_main)
   add_test(NAME ${name} COMMAND ${name})
+  add_dependencies(kx_tests ${name})
   if(WIN32)
     set_tests_properties(${name} PROPERTIES LABELS wine)
   else()
@@ -86,9 +99,9 @@ function(kx_fuzz name)
   target_link_options(${name} PRIVATE -fsanitize=fuzzer)
 endfunction()
 
-# kx_ship(target): puts the stripped program into build/stage/, its debug data beside it in a file of its own.
+# kx_ship(target): puts the stripped program into KX_STAGE_DIR, its debug data beside it in a file of its own.
 function(kx_ship target)
-  set(stage ${CMAKE_SOURCE_DIR}/build/stage)
+  set(stage ${KX_STAGE_DIR})
   set(tools x86_64-w64-mingw32)
   add_custom_command(TARGET ${target} POST_BUILD
     COMMAND ${CMAKE_COMMAND} -E make_directory ${stage}
