@@ -7,6 +7,7 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <cstring>
 #include <functional>
 #include <set>
@@ -317,6 +318,51 @@ TEST_F(GpPipe, AStrangersPipeGetsNothing)
         EXPECT_EQ(Take(), line + (row.shown ? "\n" : "")) << why;
         EXPECT_EQ(calls.OpenHandles(), handles) << why;
     }
+}
+
+// The system finds the owner's name, and there is no memory for it.
+class OwnersNameWithoutMemory {
+  public:
+    OwnersNameWithoutMemory()
+        : _m_lookUp("LookupAccountSidW", reinterpret_cast<void*>(&_LookUp)),
+          _m_allocate("malloc", reinterpret_cast<void*>(&_Allocate))
+    {
+        s_allocate = _m_allocate.Original<decltype(s_allocate)>();
+    }
+
+  private:
+    static BOOL WINAPI _LookUp(LPCWSTR, PSID, LPWSTR account, LPDWORD, LPWSTR domain, LPDWORD, PSID_NAME_USE)
+    {
+        for (wchar_t* const name : {account, domain}) // too long to stand in a string object
+            name[std::fill_n(name, 100, L'x') - name] = L'\0';
+        s_fails = true;
+        return TRUE;
+    }
+
+    static void* _Allocate(std::size_t size)
+    {
+        return std::exchange(s_fails, false) ? nullptr : s_allocate(size);
+    }
+
+    static inline void* (*s_allocate)(std::size_t) = nullptr;
+    static inline bool s_fails = false; // not of a thread each: such storage allocates
+    PatchedImport _m_lookUp;
+    PatchedImport _m_allocate;
+};
+
+TEST_F(GpPipe, RefusesAStrangersPipeEvenWhenItCannotBeNamed)
+{
+    PipeCalls calls;
+    const CkxHandle event = MakeEvent();
+    const CkxGpPipe pipe;
+    const CkxFileHandle server = PipeInstance();
+    calls.PretendOwner(L"O:S-1-5-21-1-2-3-1001");
+    {
+        const OwnersNameWithoutMemory noMemory;
+        EXPECT_FALSE(pipe.Send(Document(3)));
+    }
+    EXPECT_EQ(Take(), "ERROR: The update pipe belongs to \n");
+    EXPECT_FALSE(IsSet(event));
 }
 
 TEST_F(GpPipe, TakesTurnsOnlyByAMutexThatCanBeTrusted)

@@ -4,6 +4,7 @@
 #include "Tests/support/parser_faults.h"
 #include "Tests/support/refresh_fixture.h"
 #include "Tests/support/targeting_stand_in.h"
+#include "Tools/host/appended_call.h"
 
 #include <gmock/gmock.h>
 
@@ -12,6 +13,7 @@
 namespace {
 
 using testing::HasSubstr;
+using testing::Not;
 
 class ParserFaultsTest : public RefreshFixture {
   protected:
@@ -73,6 +75,80 @@ TEST_F(ParserFaultsTest, AFailedMergeEndsItsGpoOnly)
     }
 }
 
+TEST_F(ParserFaultsTest, AGpoWithoutItsElementLeavesTheOthersWhole)
+{
+    const struct {
+        const wchar_t* call;
+        const char* trace;
+    } rows[] = {
+        {L"GPO", "ERROR: Failed to add <GPO> element for GPO GPO A"},
+        {L"@name", "ERROR: SetAttribute(name) failed for <GPO> GPO A"},
+        {L"@displayName", "ERROR: SetAttribute(displayName) failed for <GPO> GPO A"},
+        {L"@precedence", "ERROR: SetAttribute(Precedence) failed for <GPO> GPO A"},
+    };
+
+    ParserFaults faults;
+    for (const auto& row : rows) {
+        _m_changed.Add(MakeFullGpo(kGpoA, "<Policy name='a' order='1'/>"));
+        _m_changed.Add(MakeFullGpo(kGpoB, "<Policy name='b' order='1'/>"));
+        faults.Refuse(row.call);
+        EXPECT_EQ(Refresh(0), 0U) << row.trace;
+        EXPECT_EQ(ReceivedElements(), "Policies b ApplicationGroups Tokens RestrictionRules GUI")
+            << row.trace;
+        EXPECT_THAT(Trace(), HasSubstr(row.trace));
+    }
+}
+
+TEST_F(ParserFaultsTest, WithoutAFrameNothingIsSent)
+{
+    constexpr const char* noFrame =
+        "ERROR: MsXml error. Failed to add <ChangedGPOs> and <DeletedGPOs> XML elements.";
+
+    const struct {
+        const wchar_t* call;
+        bool migration;
+        const char* trace;
+    } rows[] = {
+        {L"new GPUpdate", false, noFrame},
+        {L"ChangedGPOs", false, noFrame},
+        {L"DeletedGPOs", false, noFrame},
+        {L"new AgentParameters", true, "ERROR: Failed to create <AgentParameters> root element"},
+        {L"@setId", true, "ERROR: Failed to set 'setId' attribute of the <AgentParameters> element to {set}"},
+        {L"@proxyPassword", true,
+         "ERROR: Failed to set 'proxyPassword' attribute of the <AgentParameters> element.\n"},
+    };
+
+    ParserFaults faults;
+    for (const auto& row : rows) {
+        _m_changed.Add(MakeFullGpo(kGpoA, "<Policy name='a' order='1'/>"));
+        if (row.migration)
+            WritePolicyFile(kGpoA, L"Migration.xml",
+                            "<AgentParameters version='5' setId='{set}' dispatcherUrl='https://d' "
+                            "proxyUser='u' proxyPassword='open sesame'/>");
+        faults.Refuse(row.call);
+        EXPECT_EQ(Refresh(0), static_cast<DWORD>(ERROR_XML_PARSE_ERROR)) << row.trace;
+        EXPECT_TRUE(faults.HasRefused()) << row.trace;
+        EXPECT_FALSE(_m_agent.WaitForMessage(0)) << row.trace;
+        EXPECT_THAT(Trace(), HasSubstr(row.trace));
+    }
+    EXPECT_THAT(Trace(), Not(HasSubstr("open sesame")));
+}
+
+TEST_F(ParserFaultsTest, AppendedSetsAreSentMarkedOrNotAtAll)
+{
+    const LocalSystemCaller caller(_m_extension.Get());
+    ParserFaults faults;
+    for (const wchar_t* const call : {L"@appended", L"@deleteAllAppended"}) {
+        const kx::AppendedUpdate request = {nullptr, 0, 1, {}, nullptr};
+        faults.Refuse(call);
+        EXPECT_EQ(CallAppendedUpdate(_m_extension.Get(), &request),
+                  static_cast<DWORD>(ERROR_XML_PARSE_ERROR));
+        EXPECT_TRUE(faults.HasRefused());
+        EXPECT_FALSE(_m_agent.WaitForMessage(0));
+    }
+    EXPECT_THAT(Trace(), HasSubstr("ERROR: Failed to set 'deleteAllAppended' attribute."));
+}
+
 TEST_F(ParserFaultsTest, TargetingThatCannotBeAskedLetsThrough)
 {
     TargetingStandIn standIn;
@@ -83,6 +159,7 @@ TEST_F(ParserFaultsTest, TargetingThatCannotBeAskedLetsThrough)
     } rows[] = {
         {L"xml ItemLevelTargeting", "ERROR: Failed to get text of ItemLevelTargeting node"},
         {L"load <?xml", "ERROR: Failed to load ILT registry policy"},
+        {L"spoil ItemLevelTargeting", "ERROR: Failed to load ILT registry policy"},
     };
 
     ParserFaults faults;

@@ -4,6 +4,7 @@
 #include "Tests/support/refresh_fixture.h"
 #include "Tests/support/targeting_stand_in.h"
 #include "Tests/support/xml_meaning.h"
+#include "Tools/host/patched_import.h"
 
 #include <gmock/gmock.h>
 
@@ -62,6 +63,7 @@ TEST_F(Targeting, TheMarkerDecides)
         {"each policy is asked by itself",
          std::string("<Policy name='a'/>") + kNoMatch + kMatch + "<Policy name='z'/>", "a in z",
          "INFO: policy [out] not allowed by ILT: GPO A - {00000000-0000-0000-0000-00000000000A}"},
+        {"a nameless one is left out too", "<Policy><ItemLevelTargeting/></Policy>", "", ""},
         {"the last one is left out", std::string(kMatch) + kNoMatch, "in", ""},
         {"the extension's code does not matter",
          "<Policy name='in'><ItemLevelTargeting answer='fail'/></Policy>", "in", ""},
@@ -159,6 +161,53 @@ TEST_F(Targeting, AnExtensionThatIsNotThereLetsThrough)
         EXPECT_EQ(Delivered(kNoMatch), "out") << row.why;
         EXPECT_THAT(Trace(), HasSubstr(row.trace)) << row.why;
         EXPECT_FALSE(TargetingStandIn::IsLoaded()) << row.why;
+    }
+}
+
+// Imports that fail. They leave their arguments alone, so that one stands in for any function.
+template <LONG_PTR Result, DWORD Error>
+LONG_PTR WINAPI Fail()
+{
+    ::SetLastError(Error);
+    return Result;
+}
+
+// Neither may an update go out unfiltered for want of memory, nor may a policy be kept back because nobody
+// can tell.
+TEST_F(Targeting, WhereTheSystemRefusesNothingIsKeptBackAndNothingGuessed)
+{
+    const struct {
+        const char* why;
+        const char* import;
+        void* replacement;
+        DWORD code;
+        const char* trace;
+    } rows[] = {
+        {"the settings cannot be encoded", "WideCharToMultiByte",
+         reinterpret_cast<void*>(&Fail<0, ERROR_NOT_ENOUGH_MEMORY>), 0,
+         "ERROR: Failed to GetProcAddress of ["},
+        {"no marker key", "RegCreateKeyExW", reinterpret_cast<void*>(&Fail<ERROR_ACCESS_DENIED, 0>), 0,
+         "ERROR: Failed to create reg key [software\\korvex\\agent\\temp]. err=5\n"},
+        {"an old marker stays", "RegDeleteValueW", reinterpret_cast<void*>(&Fail<ERROR_ACCESS_DENIED, 0>), 0,
+         "ERROR: Failed to remove reg value [ILTTest]. err=5\n"},
+        {"no memory for the registration", "RegQueryValueExW",
+         reinterpret_cast<void*>(&Fail<ERROR_OUTOFMEMORY, 0>), ERROR_OUTOFMEMORY, "\\DllName]. err=14\n"},
+        {"no memory for the folder's name", "GetModuleFileNameW",
+         reinterpret_cast<void*>(&Fail<0, ERROR_NOT_ENOUGH_MEMORY>), ERROR_OUTOFMEMORY, ""},
+    };
+
+    for (const auto& row : rows) {
+        _m_changed.Add(MakeTargetedGpo(kNoMatch));
+        {
+            const PatchedImport patch(_m_extension.Get(), row.import, row.replacement);
+            EXPECT_EQ(Refresh(kUser), row.code) << row.why;
+        }
+        EXPECT_THAT(Trace(), HasSubstr(row.trace)) << row.why;
+        if (row.code == 0)
+            EXPECT_EQ(NamesIn(ReceivedMeaning()), "out") << row.why;
+        else
+            EXPECT_FALSE(_m_agent.WaitForMessage(0)) << row.why;
+        EXPECT_FALSE(TargetingStandIn::IsMarkerThere()) << row.why;
     }
 }
 

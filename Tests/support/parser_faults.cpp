@@ -1,5 +1,6 @@
 #include "Tests/support/parser_faults.h"
 
+#include <cwchar>
 #include <stdexcept>
 
 namespace {
@@ -10,6 +11,8 @@ constexpr std::size_t kGetXml = 34;
 constexpr std::size_t kSetAttribute = 45;  // of an element
 constexpr std::size_t kCreateElement = 47; // of a document
 constexpr std::size_t kLoadXml = 65;
+
+constexpr wchar_t c_halfOfPair = 0xD800;
 
 std::wstring NameOf(IXMLDOMNode* node)
 {
@@ -71,13 +74,20 @@ HRESULT ParserFaults::_GetXml(IXMLDOMNode* self, BSTR* xml)
 {
     if (s_self->_Refuses(L"xml " + NameOf(self)))
         return E_FAIL;
-    return s_self->_m_getXml->Original<decltype(&_GetXml)>()(self, xml);
+    const HRESULT hr = s_self->_m_getXml->Original<decltype(&_GetXml)>()(self, xml);
+    if (hr == S_OK && s_self->_Refuses(L"spoil " + NameOf(self)))
+        (*xml)[::SysStringLen(*xml) - 1] = c_halfOfPair;
+    return hr;
 }
 
 HRESULT ParserFaults::_LoadXml(IXMLDOMDocument* self, BSTR xml, VARIANT_BOOL* done)
 {
     if (s_self->_Refuses(std::wstring(L"load ") + (xml ? xml : L"")))
         return E_FAIL;
+    if (xml && std::wcschr(xml, c_halfOfPair)) {
+        *done = VARIANT_TRUE;
+        return S_OK;
+    }
     return s_self->_m_loadXml->Original<decltype(&_LoadXml)>()(self, xml, done);
 }
 
