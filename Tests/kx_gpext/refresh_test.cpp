@@ -181,6 +181,8 @@ TEST_F(WholeRefresh, AFaultyGpoHarmsNoOther)
          "ERROR: Unsupported version found in XML. Versions: 4, 5, 5, 5. GPO GPO B - {", true},
         {"wrong version of another file", L"GUI.xml", "<GUI version='6'/>", "Versions: 5, 5, 5, 6. GPO GPO B",
          true},
+        {"wrong version of the groups", L"ApplicationGroups.xml", "<ApplicationGroups version='6'/>",
+         "Versions: 5, 6, 5, 5. GPO GPO B", true},
         {"wrong version of a third file", L"Tokens.xml", "<Tokens version='4'/>",
          "Versions: 5, 5, 4, 5. GPO GPO B", true},
         {"no version", L"ApplicationGroups.xml", "<ApplicationGroups/>",

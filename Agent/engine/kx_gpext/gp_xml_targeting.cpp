@@ -219,8 +219,9 @@ bool CkxGpXml::_ComposeILTPolicy(const CkxXMLNode& targeting, std::string& setti
     }
     // Parsed once here: a file that the other extension cannot read would exclude the policy.
     const std::wstring text = kx::TargetingSettings(kx::View(xml));
+    const CString parsed(text.c_str(), static_cast<int>(text.size()));
     CkxXMLDocument document(_m_factory);
-    if (document.Load(CString(text.c_str(), static_cast<int>(text.size()))) && Encode(text, settings))
+    if (document.Load(parsed) && Encode(text, settings))
         return true;
     KXT_OUT(KXT_ERROR, "ERROR: Failed to load ILT registry policy");
     return false;
