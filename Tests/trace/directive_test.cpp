@@ -1,10 +1,13 @@
 // From the text of a configuration file to directives: lines, numbers, grammar, and each complaint.
+#include "Common_CPP/trace/config_number.h"
 #include "Common_CPP/trace/directive_parser.h"
 #include "Common_CPP/trace/line_reader.h"
 #include "Tests/trace/recording_sink.h"
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <optional>
 #include <string>
 #include <variant>
 #include <vector>
@@ -160,6 +163,26 @@ TEST(DirectiveParser, RefusesWithTheRightComplaint)
         EXPECT_FALSE(result.directive) << row.line;
         EXPECT_EQ(sink.Take(), row.message ? std::string("D_Lib: ") + row.message + "\n" : "") << row.line;
     }
+}
+
+TEST(ConfigNumber, KeepsToItsMaximum)
+{
+    const struct {
+        const char* text;
+        std::uint64_t max;
+        std::optional<std::uint64_t> number;
+    } rows[] = {
+        {"5", 5, 5},
+        {"7", 5, std::nullopt},
+        {"10", 5, std::nullopt},
+        {"12", 12, 12},
+        {"13", 12, std::nullopt},
+        {"9223372036854775807", 0x7FFFFFFFFFFFFFFF, 0x7FFFFFFFFFFFFFFF},
+        {"9223372036854775808", 0x7FFFFFFFFFFFFFFF, std::nullopt},
+    };
+
+    for (const auto& row : rows)
+        EXPECT_EQ(kx::ReadConfigNumber(row.text, row.max), row.number) << row.text << " up to " << row.max;
 }
 
 std::string ReadAll(std::string_view text)
