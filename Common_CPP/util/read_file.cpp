@@ -34,7 +34,7 @@ CString OpenablePath(const CString& path)
 
 } // namespace
 
-DWORD ReadFileToVariant(const CString& path, CComVariant& bytes)
+DWORD ReadFileToVariant(const CString& path, CComVariant& bytes, FILETIME* written)
 {
     // Shares everything: a file that somebody holds open must not fail a refresh.
     const CkxFileHandle file(::CreateFileW(OpenablePath(path), GENERIC_READ,
@@ -57,6 +57,8 @@ DWORD ReadFileToVariant(const CString& path, CComVariant& bytes)
         kx::Wipe(array.parray->pvData, count); // what was read of it may be a secret
         return error;
     }
+    if (FILETIME time{}; written && ::GetFileTime(file.Get(), nullptr, nullptr, &time))
+        *written = time;
     bytes.Clear();
     bytes.Attach(&array);
     return ERROR_SUCCESS;

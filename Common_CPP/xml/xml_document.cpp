@@ -153,7 +153,7 @@ bool CkxXMLDocument::Load(const CString& text)
     return _Accept(hr, parsed);
 }
 
-bool CkxXMLDocument::LoadFromFile(const CString& path, DWORD* readError)
+bool CkxXMLDocument::LoadFromFile(const CString& path, DWORD* readError, FILETIME* written)
 {
     _m_loadError = {};
     if (readError)
@@ -167,7 +167,7 @@ bool CkxXMLDocument::LoadFromFile(const CString& path, DWORD* readError)
         if (_m_holdsSecret)
             WipeBytes(bytes);
     });
-    if (const DWORD error = ReadFileToVariant(path, bytes); error != ERROR_SUCCESS) {
+    if (const DWORD error = ReadFileToVariant(path, bytes, written); error != ERROR_SUCCESS) {
         if (readError)
             *readError = error;
         CString reason;

@@ -32,7 +32,9 @@ class CkxXMLDocument : public CkxXMLNode {
 
     /// Parses the file at `path`, read with the identity that the calling thread has. When it could not be
     /// read, `*readError` is the Windows error; otherwise 0. 2 and 3 mean that there is no such file.
-    [[nodiscard]] bool LoadFromFile(const CString& path, DWORD* readError = nullptr);
+    /// `*written` gets the time of the file's last write, where that is to be had.
+    [[nodiscard]] bool LoadFromFile(const CString& path, DWORD* readError = nullptr,
+                                    FILETIME* written = nullptr);
 
     /// To be called before loading a file that holds a secret: its bytes are then overwritten when the
     /// parser has read them. What the parser keeps is beyond reach.

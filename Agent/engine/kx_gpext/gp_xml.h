@@ -65,6 +65,7 @@ class CkxGpXml : public CAccessToken {
         CkxXMLNode root; ///< empty when the file is absent
         CkxXMLNode document;
         int version = 0;
+        FILETIME written{}; ///< of Policies.xml alone; zero when it could not be told
     };
 
     using LoadedFiles = std::array<LoadedFile, kx::kPolicyFileCount>;

@@ -49,7 +49,7 @@ bool CkxGpXml::_LoadFiles(CkxKxGroupPolicyObject& gpo, const CString& folder, Lo
         }
     }
     if (_m_rsopLog.IsLogging()) // nobody else asks for it
-        gpo.ReadPoliciesFileTime(folder);
+        gpo.SetPoliciesFileTime(Slot(files, kx::PolicyFile::Policies).written);
     gpo.DumpFilePaths();
     return true;
 }
@@ -62,7 +62,8 @@ HRESULT CkxGpXml::_LoadXmlFile(const CkxKxGroupPolicyObject& gpo, const CString&
     if (which == kx::PolicyFile::Migration)
         document.HoldsSecret();
     DWORD readError = ERROR_SUCCESS;
-    if (!document.LoadFromFile(gpo.FilePathIn(folder, which), &readError)) {
+    FILETIME* const written = which == kx::PolicyFile::Policies ? &file.written : nullptr;
+    if (!document.LoadFromFile(gpo.FilePathIn(folder, which), &readError, written)) {
         if (readError == ERROR_OUTOFMEMORY) // no fault of this file: the update must not go out without it
             AtlThrow(E_OUTOFMEMORY);
         if (IsAbsent(readError)) {

@@ -52,6 +52,9 @@ class CkxKxGroupPolicyObject {
     /// Reads when Policies.xml, in `folder`, was last written; unchanged where it cannot be opened.
     void ReadPoliciesFileTime(const CString& folder);
 
+    /// The same where whoever has loaded the file knows the time.
+    void SetPoliciesFileTime(FILETIME written) { _m_policiesFileTime = written; }
+
     [[nodiscard]] FILETIME PoliciesFileTime() const { return _m_policiesFileTime; }
 
     /// "Unknown", "Machine", ... for the engine's link kinds.

@@ -2,7 +2,6 @@
 
 #include "Agent/engine/kx_gpext/log_barrier.h"
 #include "Agent/engine/kx_gpext/rsop_schema.h"
-#include "Common_CPP/kxwbem/kxwbem_datetime.h"
 #include "Common_CPP/trace/trace.h"
 #include "Common_CPP/util/number_text.h"
 #include "Common_CPP/xml/xml_start_tag.h"
@@ -272,6 +271,15 @@ CkxRsopLog::GpoTexts& CkxRsopLog::_TextsOf(const CkxKxGroupPolicyObject& gpo)
     const FILETIME written = gpo.PoliciesFileTime();
     const bool isKnown = written.dwLowDateTime != 0 || written.dwHighDateTime != 0;
     if (isKnown && !texts.creationTime)
-        (void)CkxSWbemDateTimePtr::FileTime2WmiDateTime(written, false, texts.creationTime);
+        _ConvertTime(written, texts.creationTime);
     return texts;
+}
+
+// With one converter for all GPOs. Where that fails, `text` stays as it is.
+void CkxRsopLog::_ConvertTime(const FILETIME& time, CComBSTR& text)
+{
+    if (_m_dateTime.IsNull() && FAILED(_m_dateTime.CreateInstance()))
+        return;
+    if (SUCCEEDED(_m_dateTime.SetFileTime(time, false)))
+        (void)_m_dateTime.GetValue(text);
 }

@@ -2,6 +2,7 @@
 
 #include "Agent/engine/kx_gpext/gp_config_map.h"
 #include "Agent/engine/kx_gpext/rsop_log_groups.h"
+#include "Common_CPP/kxwbem/kxwbem_datetime.h"
 #include "Common_CPP/kxwbem/kxwbem_services.h"
 
 #include <unordered_map>
@@ -75,6 +76,7 @@ class CkxRsopLog {
                                                const CComBSTR& name, DWORD precedence);
     [[nodiscard]] HRESULT _PutInstance(const CkxWbemClassObjectPtr& instance, const wchar_t* name);
     [[nodiscard]] GpoTexts& _TextsOf(const CkxKxGroupPolicyObject& gpo);
+    void _ConvertTime(const FILETIME& time, CComBSTR& text);
 
     void _GenerateRsopForGPO(PGROUP_POLICY_OBJECTW entry, DWORD number, DWORD count);
     void _GenerateRsopForGPOPolicies(const CkxKxGroupPolicyObject& gpo, DWORD count);
@@ -90,5 +92,6 @@ class CkxRsopLog {
     HRESULT _m_schemaResult = S_FALSE;
     CkxGpConfigMap _m_configMap;
     std::unordered_map<const GROUP_POLICY_OBJECTW*, GpoTexts> _m_gpoTexts; ///< entries outlive this object
+    CkxSWbemDateTimePtr _m_dateTime;                                       ///< once it was needed
     std::wstring _m_value; ///< an attribute while it is read; kept for its memory
 };
