@@ -110,7 +110,7 @@ bool CkxRsopLog::_ReadAction(const CkxKxGroupPolicyObject& gpo, const CkxXMLNode
 bool CkxRsopLog::_ReadSetting(const CkxKxGroupPolicyObject& gpo, RsopPolicySettingData& setting)
 {
     const std::wstring_view xml(setting.xml.m_str, setting.xml.Length());
-    std::wstring& value = _m_value;
+    std::wstring value;
     if (!kx::ReadStartTagAttribute<wchar_t>(xml, L"name", value)) {
         KXT_OUT(KXT_ERROR, "ERROR: FAiled to get policy name attribute. GPO: " << gpo);
         return false;

@@ -64,7 +64,7 @@ class CkxRsopLog {
                                      CkxRsopLogGroups& groups);
     [[nodiscard]] static bool _ReadAction(const CkxKxGroupPolicyObject& gpo, const CkxXMLNode& policy,
                                           int& action);
-    [[nodiscard]] bool _ReadSetting(const CkxKxGroupPolicyObject& gpo, RsopPolicySettingData& setting);
+    [[nodiscard]] static bool _ReadSetting(const CkxKxGroupPolicyObject& gpo, RsopPolicySettingData& setting);
     [[nodiscard]] HRESULT _LogPolicySetting(const CkxKxGroupPolicyObject& gpo,
                                             const RsopPolicySettingData& setting);
     [[nodiscard]] HRESULT _InsertConfigurationToMap(const CkxKxGroupPolicyObject& gpo,
@@ -93,5 +93,4 @@ class CkxRsopLog {
     CkxGpConfigMap _m_configMap;
     std::unordered_map<const GROUP_POLICY_OBJECTW*, GpoTexts> _m_gpoTexts; ///< entries outlive this object
     CkxSWbemDateTimePtr _m_dateTime;                                       ///< once it was needed
-    std::wstring _m_value; ///< an attribute while it is read; kept for its memory
 };
