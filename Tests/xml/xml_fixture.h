@@ -5,6 +5,7 @@
 #include "Common_CPP/util/utf8.h"
 #include "Common_CPP/util/util.h"
 #include "Common_CPP/xml/xml.h"
+#include "Tests/support/patched_slot.h"
 
 #include <gtest/gtest.h>
 
@@ -97,34 +98,31 @@ class XmlTest : public ::testing::Test {
     std::streamoff _m_traceRead = 0;
 };
 
+/// One document, for the tests of nodes.
+class XmlNodeTest : public XmlTest {
+  protected:
+    CkxXMLNode Parse(const wchar_t* text)
+    {
+        EXPECT_TRUE(document.Load(text));
+        return RootOf(document);
+    }
+
+    CkxXMLDocument document;
+};
+
 /// While it lives, a method of all objects of this object's class fails. One at a time.
 class FailingMethod {
   public:
     FailingMethod(IUnknown* object, std::size_t slot, HRESULT failure = E_FAIL)
-        : _m_slot(*reinterpret_cast<void***>(object) + slot), _m_method(*_m_slot)
+        : _m_patch(object, slot, reinterpret_cast<void*>(&_Fail))
     {
         _s_failure = failure;
-        _Write(reinterpret_cast<void*>(&_Fail));
     }
-
-    ~FailingMethod() { _Write(_m_method); }
-
-    FailingMethod(const FailingMethod&) = delete;
-    FailingMethod& operator=(const FailingMethod&) = delete;
 
   private:
     static HRESULT WINAPI _Fail() { return _s_failure; }
 
-    void _Write(void* method) const
-    {
-        DWORD protection = 0;
-        EXPECT_TRUE(::VirtualProtect(_m_slot, sizeof *_m_slot, PAGE_READWRITE, &protection));
-        *_m_slot = method;
-        ::VirtualProtect(_m_slot, sizeof *_m_slot, protection, &protection);
-    }
-
     static inline HRESULT _s_failure = E_FAIL;
 
-    void** _m_slot;
-    void* _m_method;
+    PatchedSlot _m_patch;
 };
