@@ -89,7 +89,7 @@ void LogOurs(Stage& stage)
 {
     GROUP_POLICY_OBJECTW entry = Gpo();
     CkxKxGroupPolicyObject gpo(&entry, true);
-    gpo.ReadPoliciesFileTime(gpo.Folder());
+    gpo.ReadPoliciesFileTime();
     CkxRsopLog log(stage.store.Services(), true);
     CkxRsopLogGroups groups(stage.groupsRoot);
     CkxXMLNode policy; // which the caller has at hand: finding it is no part of logging, on neither side

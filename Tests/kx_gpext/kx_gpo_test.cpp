@@ -98,17 +98,20 @@ TEST_F(Gpo, KeepsTheFileTimeUntilItGetsAnotherEntry)
                                        OPEN_EXISTING, 0,
                                        nullptr)); // held open, as an administrator's tool may
     ASSERT_TRUE(::SetFileTime(writer.Get(), nullptr, nullptr, &written));
-    const CString folder(_m_folder.Path().c_str());
+    std::wstring elsewhere = _m_folder / L"none";
+    std::wstring folder = _m_folder.Path();
+    _m_entry.lpFileSysPath = elsewhere.data();
     CkxKxGroupPolicyObject gpo(&_m_entry, true);
     gpo.SetPrecedence(3);
-    gpo.ReadPoliciesFileTime(folder + L"\\none");
+    gpo.ReadPoliciesFileTime();
     EXPECT_EQ(gpo.PoliciesFileTime().dwHighDateTime, 0U);
-    gpo.ReadPoliciesFileTime(folder);
+    _m_entry.lpFileSysPath = folder.data();
+    gpo.ReadPoliciesFileTime();
     EXPECT_EQ(gpo.PoliciesFileTime().dwLowDateTime, written.dwLowDateTime);
     EXPECT_EQ(gpo.PoliciesFileTime().dwHighDateTime, written.dwHighDateTime);
     writer.Reset();
     EXPECT_TRUE(::DeleteFileW(path.c_str())) << "the record left it open";
-    gpo.ReadPoliciesFileTime(folder);
+    gpo.ReadPoliciesFileTime();
     EXPECT_EQ(gpo.PoliciesFileTime().dwHighDateTime, written.dwHighDateTime);
     EXPECT_EQ(gpo.Precedence(), 3U);
 

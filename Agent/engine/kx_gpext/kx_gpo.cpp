@@ -74,9 +74,9 @@ CString CkxKxGroupPolicyObject::FilePathIn(const CString& folder, kx::PolicyFile
     return CString(kx::PolicyFilePath(kx::View(folder), _m_appended, file).c_str());
 }
 
-void CkxKxGroupPolicyObject::ReadPoliciesFileTime(const CString& folder)
+void CkxKxGroupPolicyObject::ReadPoliciesFileTime()
 {
-    const CString path = FilePathIn(folder, kx::PolicyFile::Policies);
+    const CString path = FilePath(kx::PolicyFile::Policies);
     const CkxFileHandle file(::CreateFileW(path, GENERIC_READ,
                                            FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
                                            OPEN_EXISTING, 0, nullptr));

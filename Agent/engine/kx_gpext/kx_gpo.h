@@ -49,8 +49,8 @@ class CkxKxGroupPolicyObject {
     /// The same in a folder that leads to the same place by another name.
     [[nodiscard]] CString FilePathIn(const CString& folder, kx::PolicyFile file) const;
 
-    /// Reads when Policies.xml, in `folder`, was last written; unchanged where it cannot be opened.
-    void ReadPoliciesFileTime(const CString& folder);
+    /// Reads when Policies.xml was last written; unchanged where it cannot be opened.
+    void ReadPoliciesFileTime();
 
     /// The same where whoever has loaded the file knows the time.
     void SetPoliciesFileTime(FILETIME written) { _m_policiesFileTime = written; }

@@ -86,7 +86,7 @@ void CkxRsopLog::_GenerateRsopForGPO(PGROUP_POLICY_OBJECTW entry, DWORD number, 
     KXT_SCOPE("_GenerateRsopForGPO");
     CkxKxGroupPolicyObject gpo(entry);
     gpo.SetPrecedence(number);
-    gpo.ReadPoliciesFileTime(gpo.Folder());
+    gpo.ReadPoliciesFileTime();
     _GenerateRsopForGPOPolicies(gpo, count);
 }
 
