@@ -1,8 +1,12 @@
 // How fast the update pipe client delivers a message, with its turn, its checks and its announcement, against
-// a bare client that opens the pipe in the same way, writes the same bytes in two calls and closes it, with
-// the same reader. For comparison also against the two writes alone, and against a client that makes the
-// system's calls of the protocol and nothing else. The bare client runs twice: what it differs from itself by
-// is noise.
+// a bare client that opens the pipe in the same way, writes the same bytes in two calls and closes it, and
+// against a client that makes the system's calls of the protocol and nothing else, with the same reader; for
+// comparison also against the two writes alone. The bare client runs twice: what it differs from itself by is
+// noise.
+//
+// The turn, the wait for an instance and the announcement cost about the same for every message. At 1 MiB
+// they alone are more than a tenth of a bare client's time, as the row of the protocol's calls shows: there
+// no sender can meet the goal against the bare client, and it is judged against those calls.
 #include "Agent/engine/kx_gpext/gp_pipe.h"
 #include "Agent/engine/kx_gpext/kx_gpext.h"
 #include "Bench/bench_report.h"
@@ -170,10 +174,14 @@ void CompareSize(CkxBenchReport& report, const CkxGpPipe& client, const char* na
                  [&] { return TimeOfProtocolCalls(document); }, [&] { return TimeOfWritesAlone(document); }});
     if (HasFailed(sides))
         report.Fail(std::string(name) + ": a message did not arrive whole");
-    report.Compare(std::string(name) + ", Send", "us", sides[0], sides[1],
-                   bytes >= kMiB ? std::optional<double>(kGoal) : std::nullopt);
+    const auto goalFrom = [&](std::size_t least) {
+        return bytes >= least ? std::optional<double>(kGoal) : std::nullopt;
+    };
+    report.Compare(std::string(name) + ", Send", "us", sides[0], sides[1], goalFrom(16 * kMiB));
     report.Compare(std::string(name) + ", noise: bare client twice", "us", sides[2], sides[1]);
-    report.Compare(std::string(name) + ", Send to protocol's calls", "us", sides[0], sides[3]);
+    report.Compare(std::string(name) + ", protocol's calls to bare client", "us", sides[3], sides[1]);
+    report.Compare(std::string(name) + ", Send to protocol's calls", "us", sides[0], sides[3],
+                   goalFrom(kMiB));
     report.Compare(std::string(name) + ", Send to writes alone", "us", sides[0], sides[4]);
     const int writes = WritesOf(client, document);
     report.Figure(std::string(name) + ", writes a message", "calls", writes, 2);
