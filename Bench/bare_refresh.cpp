@@ -2,31 +2,19 @@
 
 #include "Agent/engine/kx_gpext/pipe_message.h"
 #include "Agent/engine/kx_gpext/policy_order.h"
+#include "Bench/bare_parser.h"
 #include "Common_CPP/util/scope_exit.h"
 #include "Common_CPP/util/unique_handle.h"
 
 #include <cwchar>
+
+using kx::bare::Must;
 
 namespace {
 
 constexpr const wchar_t* kMutexName = L"Global\\KxGpPipeInUseMutex";
 constexpr const wchar_t* kEventName = L"Global\\KxGroupPolicyUpdate";
 constexpr const wchar_t* kPipeName = L"\\\\.\\pipe\\KxGroupPolicyUpdate";
-
-// Not in every import library.
-constexpr GUID kFreeThreadedDOMDocument30 = {
-    0xF5078F33, 0xC551, 0x11D3, {0x89, 0xB9, 0x00, 0x00, 0xF8, 0x1F, 0xE2, 0x21}};
-
-void Must(HRESULT hr)
-{
-    if (hr != S_OK)
-        AtlThrow(FAILED(hr) ? hr : E_FAIL);
-}
-
-void Must(bool done)
-{
-    Must(done ? S_OK : E_FAIL);
-}
 
 CComPtr<IXMLDOMElement> AddElement(IXMLDOMDocument* document, IXMLDOMNode* parent, const wchar_t* name)
 {
@@ -39,25 +27,6 @@ CComPtr<IXMLDOMElement> AddElement(IXMLDOMDocument* document, IXMLDOMNode* paren
 void SetAttribute(IXMLDOMElement* element, const wchar_t* name, const std::wstring& value)
 {
     Must(element->setAttribute(CComBSTR(name), CComVariant(value.c_str())));
-}
-
-void ReadBytes(const CkxFileHandle& file, CComVariant& bytes)
-{
-    LARGE_INTEGER size{};
-    Must(::GetFileSizeEx(file.Get(), &size) != FALSE);
-    bytes.parray = ::SafeArrayCreateVector(VT_UI1, 0, size.LowPart);
-    Must(bytes.parray != nullptr);
-    bytes.vt = VT_ARRAY | VT_UI1;
-    DWORD read = 0;
-    Must(::ReadFile(file.Get(), bytes.parray->pvData, size.LowPart, &read, nullptr) && read == size.LowPart);
-}
-
-void Load(IXMLDOMDocument* document, const VARIANT& source)
-{
-    VARIANT_BOOL parsed = VARIANT_FALSE;
-    Must(document->put_async(VARIANT_FALSE));
-    Must(document->load(source, &parsed));
-    Must(parsed != VARIANT_FALSE);
 }
 
 // In the order of the agent's protocol: the sender's turn, a free instance, the announcement, two writes.
@@ -152,49 +121,31 @@ CComPtr<IXMLDOMElement> CkxBareRefresh::_LoadRoot(const CkxListedGpo& gpo, kx::P
 
 void CkxBareRefresh::_MovePolicies(IXMLDOMElement* from, IXMLDOMNode* to, int precedence, int count)
 {
-    CComPtr<IXMLDOMNode> node;
-    (void)from->get_firstChild(&node);
-    while (node) {
-        CComPtr<IXMLDOMNode> next; // taken before the node moves away
-        (void)node->get_nextSibling(&next);
-        CComBSTR name;
-        Must(node->get_nodeName(&name));
-        if (std::wcscmp(name, _m_policy) == 0) {
-            const int order = _SetOrder(node, precedence, count);
-            Must(to->appendChild(node, nullptr));
-            _Merged(node, order);
-        }
-        node = next;
-    }
+    kx::bare::ForEachChild(from, L"Policy", [&](IXMLDOMNode* policy) {
+        const int order = _SetOrder(policy, precedence, count);
+        Must(to->appendChild(policy, nullptr));
+        _Merged(policy, order);
+    });
 }
 
 int CkxBareRefresh::_SetOrder(IXMLDOMNode* policy, int precedence, int count) const
 {
-    CComPtr<IXMLDOMElement> element;
-    Must(policy->QueryInterface(__uuidof(IXMLDOMElement), reinterpret_cast<void**>(&element)));
-    CComVariant own;
-    Must(element->getAttribute(_m_order, &own));
-    Must(own.vt == VT_BSTR);
-    const int order = kx::GlobalOrder(std::wcstol(own.bstrVal, nullptr, 10), static_cast<unsigned>(count),
-                                      static_cast<unsigned>(precedence), true);
-    Must(element->setAttribute(_m_order, CComVariant(std::to_wstring(order).c_str())));
+    const CComPtr<IXMLDOMElement> element = kx::bare::ElementOf(policy);
+    const int own = kx::bare::NumberOf(element, _m_order);
+    const int order =
+        kx::GlobalOrder(own, static_cast<unsigned>(count), static_cast<unsigned>(precedence), true);
+    kx::bare::SetNumber(element, _m_order, order);
     return order;
 }
 
 CkxBareRefresh::Document CkxPlainRefresh::_NewDocument()
 {
-    Document document;
-    Must(document.CoCreateInstance(kFreeThreadedDOMDocument30));
-    return document;
+    return kx::bare::NewDocument(nullptr);
 }
 
 CkxBareRefresh::Document CkxPlainRefresh::_LoadFile(const std::wstring& path)
 {
-    if (::GetFileAttributesW(path.c_str()) == INVALID_FILE_ATTRIBUTES)
-        return {};
-    Document document = _NewDocument();
-    Load(document, CComVariant(path.c_str()));
-    return document;
+    return kx::bare::LoadByName(path);
 }
 
 void CkxPlainRefresh::_TakeText(IXMLDOMDocument* document, CComBSTR& text)
@@ -202,31 +153,16 @@ void CkxPlainRefresh::_TakeText(IXMLDOMDocument* document, CComBSTR& text)
     Must(document->get_xml(&text));
 }
 
-CkxFastestRefresh::CkxFastestRefresh(CkxBareUser user) : CkxBareRefresh(std::move(user))
-{
-    (void)::CoGetClassObject(kFreeThreadedDOMDocument30, CLSCTX_SERVER, nullptr, __uuidof(IClassFactory),
-                             reinterpret_cast<void**>(&_m_factory)); // without one, making documents fails
-}
-
 CkxBareRefresh::Document CkxFastestRefresh::_NewDocument()
 {
-    Document document;
-    Must(_m_factory != nullptr);
-    Must(_m_factory->CreateInstance(nullptr, __uuidof(IXMLDOMDocument), reinterpret_cast<void**>(&document)));
-    return document;
+    if (!_m_factory)
+        _m_factory = kx::bare::ParserFactory();
+    return kx::bare::NewDocument(_m_factory);
 }
 
 CkxBareRefresh::Document CkxFastestRefresh::_LoadFile(const std::wstring& path)
 {
-    const CkxFileHandle file(
-        ::CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr));
-    if (!file)
-        return {};
-    CComVariant bytes;
-    ReadBytes(file, bytes);
-    Document document = _NewDocument();
-    Load(document, bytes);
-    return document;
+    return kx::bare::LoadByBytes(_m_factory, path);
 }
 
 void CkxFastestRefresh::_TakeText(IXMLDOMDocument* document, CComBSTR& text)

@@ -53,7 +53,6 @@ class CkxBareRefresh {
     [[nodiscard]] int _SetOrder(IXMLDOMNode* policy, int precedence, int count) const;
 
     CkxBareUser _m_user;
-    const CComBSTR _m_policy{L"Policy"};
     const CComBSTR _m_order{L"order"};
 };
 
@@ -72,7 +71,7 @@ class CkxPlainRefresh : public CkxBareRefresh {
 /// gets the file's bytes, and the document's element gives the text.
 class CkxFastestRefresh : public CkxBareRefresh {
   public:
-    explicit CkxFastestRefresh(CkxBareUser user);
+    using CkxBareRefresh::CkxBareRefresh;
 
   protected:
     Document _NewDocument() override;

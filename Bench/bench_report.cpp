@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 
 namespace {
 
@@ -58,6 +59,11 @@ double kx::Median(Samples samples)
     return Quantile(std::move(samples), 0.5);
 }
 
+double kx::MedianRatio(const Samples& ours, const Samples& theirs)
+{
+    return Median(Ratios(ours, theirs));
+}
+
 std::vector<kx::Samples> kx::Interleave(int rounds, const std::vector<BenchSide>& sides)
 {
     for (const BenchSide& side : sides)
@@ -70,6 +76,14 @@ std::vector<kx::Samples> kx::Interleave(int rounds, const std::vector<BenchSide>
         }
     }
     return samples;
+}
+
+void Require(bool holds, const char* what)
+{
+    if (holds)
+        return;
+    std::printf("cannot measure: %s\n", what);
+    std::exit(2);
 }
 
 CkxBenchReport::CkxBenchReport(int argc, const char* const* argv)

@@ -16,6 +16,9 @@ using Samples = std::vector<double>;
 /// The middle of the values; of an even number of them, the upper one. 0 for none.
 [[nodiscard]] double Median(Samples samples);
 
+/// The middle of the ratios of samples that were taken in the same round.
+[[nodiscard]] double MedianRatio(const Samples& ours, const Samples& theirs);
+
 /// Does one short batch and answers what it measured, usually nanoseconds a call.
 using BenchSide = std::function<double()>;
 
@@ -51,6 +54,9 @@ template <class Call>
 }
 
 } // namespace kx
+
+/// Ends the program, with a word why, unless `holds`: what is to be measured cannot be set up, or went wrong.
+void Require(bool holds, const char* what);
 
 /// Gathers what a benchmark has measured, and says at the end what met its goal: as a table, and as JSON
 /// where the command line has "--json FILE".

@@ -24,14 +24,6 @@ constexpr int kGroups = 500;
 constexpr double kMostAgainstBare = 1.3;
 constexpr double kMostGrowth = 1.3;
 
-void Require(bool holds, const char* what)
-{
-    if (holds)
-        return;
-    std::printf("cannot measure: %s\n", what);
-    std::exit(2);
-}
-
 // The text of policies with one group each, without the groups' names.
 std::wstring PoliciesText(int count)
 {

@@ -1,142 +1,76 @@
-// What the XML wrappers cost above the parser's own calls, both sides in turns in one process and run, so
-// that a busy machine troubles both alike; medians are compared. Ends with 1 if a goal is missed.
-#include "Common_CPP/util/scope_exit.h"
+// What the XML wrappers cost above the parser's own calls, for each element: walking, reading, writing,
+// moving, loading, taking the text; and how loading and text grow.
+#include "Agent/engine/kx_gpext/policy_files.h"
+#include "Bench/bare_parser.h"
+#include "Bench/bench_gpos.h"
+#include "Bench/bench_report.h"
 #include "Common_CPP/xml/xml.h"
 
-#include <algorithm>
-#include <chrono>
 #include <cmath>
-#include <cstdio>
-#include <cwchar>
 #include <string>
 #include <vector>
 
 namespace {
 
+namespace bare = kx::bare;
+
 constexpr double kGoalReused = 1.10;
 constexpr double kGoalMade = 1.70;
 constexpr double kGoalWhole = 1.15;
 constexpr double kGoalGrowth = 1.10;
-constexpr int kElements = 100000;
+constexpr int kElements = 100'000;
+constexpr int kRounds = 15;
 
-bool g_allMet = true;
 volatile long long g_sum = 0; // keeps results alive
 
-const char* Verdict(bool met)
+// A side that measures the nanoseconds an element of `work`, after `prepare`.
+template <class Prepare, class Work>
+kx::BenchSide Prepared(const Prepare& prepare, const Work& work)
 {
-    g_allMet = g_allMet && met;
-    return met ? "met" : "missed";
-}
-
-void Require(bool holds, const char* what)
-{
-    if (holds)
-        return;
-    std::printf("failed: %s\n", what);
-    std::exit(2);
-}
-
-double Median(std::vector<double> values)
-{
-    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-    std::nth_element(values.begin(), middle, values.end());
-    return *middle;
-}
-
-/// Nanoseconds that each element took.
-template <class Work>
-double TimeOf(int elements, const Work& work)
-{
-    const auto begin = std::chrono::steady_clock::now();
-    work();
-    const std::chrono::duration<double, std::nano> taken = std::chrono::steady_clock::now() - begin;
-    return taken.count() / elements;
-}
-
-/// Prints both sides' medians and the median of the ratios of neighbouring rounds; `prepare` runs before
-/// each side, untimed.
-template <class Prepare, class Ours, class Raw>
-void Compare(const char* what, double goal, int elements, int rounds, const Prepare& prepare,
-             const Ours& ours, const Raw& raw)
-{
-    std::vector<double> ourTimes;
-    std::vector<double> rawTimes;
-    std::vector<double> ratios;
-    for (int round = 0; round < rounds; ++round) {
-        double our = 0;
-        if (round % 2 == 0) {
-            prepare();
-            our = TimeOf(elements, ours);
-        }
+    return [=] {
         prepare();
-        const double their = TimeOf(elements, raw);
-        if (round % 2 != 0) {
-            prepare();
-            our = TimeOf(elements, ours);
-        }
-        ourTimes.push_back(our);
-        rawTimes.push_back(their);
-        ratios.push_back(our / their);
-    }
-    const double ratio = Median(ratios);
-    std::printf("%-38s %7.0f ns, raw %7.0f ns an element, ratio %.2f, goal <= %.2f: %s\n", what,
-                Median(ourTimes), Median(rawTimes), ratio, goal, Verdict(ratio <= goal));
+        return kx::NanosecondsACall(1, work) / kElements;
+    };
 }
 
-std::wstring Policies(int count, bool whole)
+template <class Work>
+kx::BenchSide Side(const Work& work)
+{
+    return Prepared([] {}, work);
+}
+
+void Compare(CkxBenchReport& report, const char* what, double goal, const kx::BenchSide& ours,
+             const kx::BenchSide& theirs, int rounds = kRounds)
+{
+    const std::vector<kx::Samples> sides = kx::Interleave(rounds, {ours, theirs});
+    report.Compare(what, "ns", sides[0], sides[1], goal);
+}
+
+// ---- Single nodes
+
+std::wstring SmallPolicies()
 {
     std::wstring text = L"<Policies version=\"5\">";
-    for (int i = 0; i < count; ++i) {
+    for (int i = 0; i < kElements; ++i) {
         const std::wstring number = std::to_wstring(i);
-        text += L"<Policy name=\"policy " + number + L"\" order=\"" + number + L"\"";
-        if (whole)
-            text += L" action=\"3\" gpid=\"{11111111-2222-3333-4444-555555555555}\" description=\"" +
-                    std::wstring(220, L'd') +
-                    L"\"><Targets><ApplicationGroup id=\"17\"/><ApplicationGroup id=\"18\"/></Targets>"
-                    L"<Messages><Message id=\"1\">Access was denied by policy.</Message></Messages></Policy>";
-        else
-            text += L"><Targets/></Policy>";
+        text += L"<Policy name=\"policy " + number + L"\" order=\"" + number + L"\"><Targets/></Policy>";
     }
     return text + L"</Policies>";
 }
 
-CComPtr<IXMLDOMElement> ElementOf(IXMLDOMNode* node)
-{
-    CComPtr<IXMLDOMElement> element;
-    Require(node->QueryInterface(__uuidof(IXMLDOMElement), reinterpret_cast<void**>(&element)) == S_OK,
-            "element");
-    return element;
-}
+struct Source {
+    CkxXMLDocument document;
+    CkxXMLNode root;
 
-bool IsPolicy(IXMLDOMNode* node)
-{
-    BSTR name = nullptr;
-    const bool is = node->get_nodeName(&name) == S_OK && std::wcscmp(name, L"Policy") == 0;
-    ::SysFreeString(name);
-    return is;
-}
-
-/// Calls `visit` with every policy below `root`, as plainly as the parser's calls allow; `visit` may move it.
-template <class Visit>
-void WalkRaw(IXMLDOMNode* root, const Visit& visit)
-{
-    IXMLDOMNode* node = nullptr;
-    if (root->get_firstChild(&node) != S_OK)
-        return;
-    while (node != nullptr) {
-        IXMLDOMNode* next = nullptr;
-        if (node->get_nextSibling(&next) != S_OK)
-            next = nullptr;
-        if (IsPolicy(node))
-            visit(node);
-        node->Release();
-        node = next;
+    void Load(const std::wstring& text)
+    {
+        Require(document.Load(text.c_str()) && document.GetRootElement(root), "a document");
     }
-}
+};
 
-/// The same through wrappers, a new one for each policy.
+// Through wrappers, a new one for each policy.
 template <class Visit>
-void Walk(const CkxXMLNode& root, const Visit& visit)
+void ForEachPolicy(const CkxXMLNode& root, const Visit& visit)
 {
     CkxXMLNode next;
     bool more = root.GetFirstChild(L"Policy", next);
@@ -147,115 +81,77 @@ void Walk(const CkxXMLNode& root, const Visit& visit)
     }
 }
 
-int RawAttribute(IXMLDOMElement* element, BSTR name)
+template <class Visit>
+void ForEachBarePolicy(const CkxXMLNode& root, const Visit& visit)
 {
-    VARIANT value;
-    ::VariantInit(&value);
-    const int number =
-        element->getAttribute(name, &value) == S_OK ? std::wcstol(value.bstrVal, nullptr, 10) : -1;
-    ::VariantClear(&value);
-    return number;
+    bare::ForEachChild(root.Get(), L"Policy", visit);
 }
 
-void SetRawAttribute(IXMLDOMElement* element, BSTR name, int number)
+void CountPolicies(const CkxXMLNode& root)
 {
-    wchar_t text[16];
-    (void)::_itow(number, text, 10);
-    VARIANT value;
-    ::VariantInit(&value);
-    value.vt = VT_BSTR;
-    value.bstrVal = ::SysAllocString(text);
-    (void)element->setAttribute(name, value);
-    ::VariantClear(&value);
+    ForEachBarePolicy(root, [](IXMLDOMNode*) { g_sum = g_sum + 1; });
 }
 
-/// The documents that the steps of a refresh are measured on.
-struct Source {
-    CkxXMLDocument document;
-    CkxXMLNode root;
-
-    void Load(const std::wstring& text)
-    {
-        Require(document.Load(text.c_str()) && document.GetRootElement(root), "load");
-    }
-};
-
-void CompareReused()
+void CompareReused(CkxBenchReport& report, const Source& source)
 {
-    Source source;
-    source.Load(Policies(kElements, false));
     CkxXMLNode policy;
-    Require(source.root.GetFirstChild(L"Policy", policy), "first policy");
-    const CComPtr<IXMLDOMElement> element = ElementOf(policy.Get());
+    Require(source.root.GetFirstChild(L"Policy", policy), "the first policy");
+    const CComPtr<IXMLDOMElement> element = bare::ElementOf(policy.Get());
     const CComBSTR name(L"order");
-    const auto nothing = [] {};
 
-    Compare(
-        "walk, wrapper reused", kGoalReused, kElements, 15, nothing,
-        [&] {
-            CkxXMLNode node;
-            bool more = source.root.GetFirstChild(L"Policy", node);
-            for (; more; more = node.GetNextSibling(L"Policy", node))
-                g_sum = g_sum + 1;
-        },
-        [&] { WalkRaw(source.root.Get(), [](IXMLDOMNode*) { g_sum = g_sum + 1; }); });
-    Compare(
-        "read attribute, wrapper reused", kGoalReused, kElements, 15, nothing,
-        [&] {
-            for (int i = 0; i < kElements; ++i) {
-                int order = 0;
-                Require(policy.GetAttribute(L"order", order), "order");
-                g_sum = g_sum + order;
-            }
-        },
-        [&] {
-            for (int i = 0; i < kElements; ++i)
-                g_sum = g_sum + RawAttribute(element, name);
-        });
-    Compare(
-        "write attribute, wrapper reused", kGoalReused, kElements, 15, nothing,
-        [&] {
-            for (int i = 0; i < kElements; ++i)
-                Require(policy.SetAttribute(L"order", 1000000000 + i), "order");
-        },
-        [&] {
-            for (int i = 0; i < kElements; ++i)
-                SetRawAttribute(element, name, 1000000000 + i);
-        });
+    Compare(report, "walk, wrapper reused", kGoalReused, Side([&] {
+                CkxXMLNode node;
+                for (bool more = source.root.GetFirstChild(L"Policy", node); more;
+                     more = node.GetNextSibling(L"Policy", node))
+                    g_sum = g_sum + 1;
+            }),
+            Side([&] { CountPolicies(source.root); }));
+    Compare(report, "read attribute, wrapper reused", kGoalReused, Side([&] {
+                for (int i = 0; i < kElements; ++i) {
+                    int order = 0;
+                    Require(policy.GetAttribute(L"order", order), "an order");
+                    g_sum = g_sum + order;
+                }
+            }),
+            Side([&] {
+                for (int i = 0; i < kElements; ++i)
+                    g_sum = g_sum + bare::NumberOf(element, name);
+            }));
+    Compare(report, "write attribute, wrapper reused", kGoalReused, Side([&] {
+                for (int i = 0; i < kElements; ++i)
+                    Require(policy.SetAttribute(L"order", 1'000'000'000 + i), "an order");
+            }),
+            Side([&] {
+                for (int i = 0; i < kElements; ++i)
+                    bare::SetNumber(element, name, 1'000'000'000 + i);
+            }));
 }
 
-void CompareMade()
+void CompareMade(CkxBenchReport& report, const Source& source)
 {
-    Source source;
-    source.Load(Policies(kElements, false));
     const CComBSTR name(L"order");
-    const auto nothing = [] {};
 
-    Compare(
-        "walk, wrapper made each step", kGoalMade, kElements, 15, nothing,
-        [&] { Walk(source.root, [](const CkxXMLNode&) { g_sum = g_sum + 1; }); },
-        [&] { WalkRaw(source.root.Get(), [](IXMLDOMNode*) { g_sum = g_sum + 1; }); });
-    Compare(
-        "walk, read and write, made each step", kGoalMade, kElements, 15, nothing,
-        [&] {
-            Walk(source.root, [](const CkxXMLNode& policy) {
-                int order = 0;
-                Require(policy.GetAttribute(L"order", order) && policy.SetAttribute(L"order", order + 1),
-                        "order");
-            });
-        },
-        [&] {
-            WalkRaw(source.root.Get(), [&](IXMLDOMNode* node) {
-                const CComPtr<IXMLDOMElement> element = ElementOf(node);
-                SetRawAttribute(element, name, RawAttribute(element, name) + 1);
-            });
-        });
+    Compare(report, "walk, wrapper made each step", kGoalMade,
+            Side([&] { ForEachPolicy(source.root, [](const CkxXMLNode&) { g_sum = g_sum + 1; }); }),
+            Side([&] { CountPolicies(source.root); }));
+    Compare(report, "walk, read and write, made each step", kGoalMade, Side([&] {
+                ForEachPolicy(source.root, [](const CkxXMLNode& policy) {
+                    int order = 0;
+                    Require(policy.GetAttribute(L"order", order) && policy.SetAttribute(L"order", order + 1),
+                            "an order");
+                });
+            }),
+            Side([&] {
+                ForEachBarePolicy(source.root, [&](IXMLDOMNode* policy) {
+                    const CComPtr<IXMLDOMElement> element = bare::ElementOf(policy);
+                    bare::SetNumber(element, name, bare::NumberOf(element, name) + 1);
+                });
+            }));
 }
 
-/// Moves all policies of one document into another, four levels deep, as the refresh does.
-void CompareMoves()
+// All policies of one document go into another, four levels deep, as in a refresh.
+void CompareMoves(CkxBenchReport& report, const std::wstring& text)
 {
-    const std::wstring text = Policies(kElements, false);
     Source source;
     Source target;
     CkxXMLNode place;
@@ -264,180 +160,146 @@ void CompareMoves()
         policies.clear();
         source.Load(text);
         target.Load(L"<GPUpdate><ChangedGPOs><GPO><Policies/></GPO></ChangedGPOs></GPUpdate>");
-        Require(target.root.SelectSingleNode(L"ChangedGPOs/GPO/Policies", place), "place");
+        Require(target.root.SelectSingleNode(L"ChangedGPOs/GPO/Policies", place), "the place");
     };
     const auto prepareWrappers = [&] {
         prepare();
         policies.reserve(kElements);
-        Walk(source.root, [&](const CkxXMLNode& policy) { policies.push_back(policy); });
+        ForEachPolicy(source.root, [&](const CkxXMLNode& policy) { policies.push_back(policy); });
     };
-    Compare(
-        "move, wrappers reused", kGoalReused, kElements, 15, prepareWrappers,
-        [&] {
-            for (const CkxXMLNode& policy : policies)
-                Require(place.AppendChild(policy), "move");
-        },
-        [&] {
-            for (const CkxXMLNode& policy : policies)
-                Require(place.Get()->appendChild(policy.Get(), nullptr) == S_OK, "move");
-        });
-    Compare(
-        "walk and move, made each step", kGoalMade, kElements, 9, prepare,
-        [&] {
-            Walk(source.root, [&](const CkxXMLNode& policy) { Require(place.AppendChild(policy), "move"); });
-        },
-        [&] {
-            WalkRaw(source.root.Get(), [&](IXMLDOMNode* policy) {
-                Require(place.Get()->appendChild(policy, nullptr) == S_OK, "move");
-            });
-        });
+    const auto move = [&](const CkxXMLNode& policy) { Require(place.AppendChild(policy), "a move"); };
+    const auto moveBare = [&](IXMLDOMNode* policy) { bare::Must(place.Get()->appendChild(policy, nullptr)); };
+
+    Compare(report, "move, wrappers reused", kGoalReused,
+            Prepared(prepareWrappers,
+                     [&] {
+                         for (const CkxXMLNode& policy : policies)
+                             move(policy);
+                     }),
+            Prepared(prepareWrappers, [&] {
+                for (const CkxXMLNode& policy : policies)
+                    moveBare(policy.Get());
+            }));
+    Compare(report, "walk and move, made each step", kGoalMade,
+            Prepared(prepare, [&] { ForEachPolicy(source.root, move); }),
+            Prepared(prepare, [&] { ForEachBarePolicy(source.root, moveBare); }));
 }
 
-CString TemporaryFile(const std::wstring& text, const wchar_t* name)
-{
-    wchar_t folder[MAX_PATH] = {};
-    Require(::GetTempPathW(MAX_PATH, folder) != 0, "temporary folder");
-    CString path;
-    path.Format(L"%skx_bench_xml_%lu_%s.xml", folder, ::GetCurrentProcessId(), name);
-    std::string bytes; // all ASCII
-    for (const wchar_t character : text)
-        bytes += static_cast<char>(character);
-    const HANDLE file = ::CreateFileW(path, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr);
-    DWORD written = 0;
-    Require(::WriteFile(file, bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr) != FALSE,
-            "write");
-    ::CloseHandle(file);
-    return path;
-}
+// ---- Whole documents
 
-/// Reads the file into a byte array and has a document of the factory parse it.
-void LoadRaw(IClassFactory* factory, const wchar_t* path, CComPtr<IXMLDOMDocument>& document)
-{
-    Require(factory->CreateInstance(nullptr, __uuidof(IXMLDOMDocument),
-                                    reinterpret_cast<void**>(&document)) == S_OK,
-            "document");
-    (void)document->put_async(VARIANT_FALSE);
-    const HANDLE file =
-        ::CreateFileW(path, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
-    LARGE_INTEGER size{};
-    DWORD read = 0;
-    VARIANT bytes;
-    ::VariantInit(&bytes);
-    Require(::GetFileSizeEx(file, &size) != FALSE, "size");
-    bytes.vt = VT_ARRAY | VT_UI1;
-    bytes.parray = ::SafeArrayCreateVector(VT_UI1, 0, size.LowPart);
-    Require(::ReadFile(file, bytes.parray->pvData, size.LowPart, &read, nullptr) != FALSE, "read");
-    ::CloseHandle(file);
-    VARIANT_BOOL parsed = VARIANT_FALSE;
-    Require(document->load(bytes, &parsed) == S_OK, "parse");
-    ::VariantClear(&bytes);
-}
-
-void CompareWhole(int policies, int rounds)
-{
-    std::printf("-- %d policies\n", policies);
-    const CString path = TemporaryFile(Policies(policies, true), L"whole");
-    const kx::ScopeExit remove([&]() noexcept { ::DeleteFileW(path); });
-    const CkxXMLDocumentFactory factory;
-    const auto nothing = [] {};
-    Compare(
-        "load and release a file", kGoalWhole, policies, rounds, nothing,
-        [&] {
-            CkxXMLDocument document(factory);
-            Require(document.LoadFromFile(path), "load");
-        },
-        [&] {
-            CComPtr<IXMLDOMDocument> document;
-            LoadRaw(factory.Get(), path, document);
-        });
-
-    CkxXMLDocument document(factory);
-    Require(document.LoadFromFile(path), "load");
-    CComPtr<IXMLDOMElement> root;
-    CkxXMLNode rootNode;
-    Require(document.GetRootElement(rootNode), "root");
-    root = ElementOf(rootNode.Get());
-    const auto rawText = [&] {
-        BSTR text = nullptr;
-        Require(root->get_xml(&text) == S_OK, "text");
-        g_sum = g_sum + ::SysStringLen(text);
-        ::SysFreeString(text);
-    };
-    Compare(
-        "text of a document", kGoalWhole, policies, rounds, nothing,
-        [&] {
-            CComBSTR text;
-            Require(document.SaveToString(text), "text");
-            g_sum = g_sum + text.Length();
-        },
-        rawText);
-    const double copied = TimeOf(policies, [&] {
-        CString text;
-        Require(document.SaveToString(text), "text");
-        g_sum = g_sum + text.GetLength();
-    });
-    std::printf("%-38s %7.0f ns an element, for comparison\n", "text, copied into a CString", copied);
-}
-
-/// Times ten times the small amount and once the large one in turns, for the same reason as above.
-template <class Small, class Large>
-void CompareGrowth(const char* what, const Small& small, const Large& large)
-{
-    std::vector<double> ratios;
-    for (int round = 0; round < 5; ++round) {
-        const double smallTime = TimeOf(kElements, [&] {
-            for (int i = 0; i < 10; ++i)
-                small();
-        });
-        ratios.push_back(TimeOf(kElements, large) / smallTime);
+// A policy file, and ways to load it and take its text. Each side measures nanoseconds a policy.
+class WholeFile {
+  public:
+    explicit WholeFile(int policies)
+        : _m_gpos(1, policies),
+          _m_path(kx::PolicyFilePath(_m_gpos.List().front().folder, false, kx::PolicyFile::Policies))
+    {
+        CkxXMLNode root;
+        Require(_m_document.LoadFromFile(_m_path.c_str()) && _m_document.GetRootElement(root), "a file");
+        _m_root = bare::ElementOf(root.Get());
     }
-    const double exponent = 1 + std::log10(Median(ratios));
-    std::printf("%-38s exponent %.2f from %d to %d, goal <= %.2f: %s\n", what, exponent, kElements / 10,
-                kElements, kGoalGrowth, Verdict(exponent <= kGoalGrowth));
+
+    [[nodiscard]] kx::BenchSide Loads(int times) const
+    {
+        return _Side(times, [this] {
+            CkxXMLDocument document(_m_ourFactory);
+            Require(document.LoadFromFile(_m_path.c_str()), "a file");
+        });
+    }
+
+    [[nodiscard]] kx::BenchSide BareLoad() const
+    {
+        return _Side(1, [this] { (void)bare::LoadByBytes(_m_ourFactory.Get(), _m_path); });
+    }
+
+    [[nodiscard]] kx::BenchSide Texts(int times) const
+    {
+        return _Side(times, [this] {
+            CComBSTR text;
+            Require(_m_document.SaveToString(text), "a text");
+            g_sum = g_sum + text.Length();
+        });
+    }
+
+    [[nodiscard]] kx::BenchSide BareText() const
+    {
+        return _Side(1, [this] {
+            CComBSTR text;
+            bare::Must(_m_root->get_xml(&text));
+            g_sum = g_sum + text.Length();
+        });
+    }
+
+    [[nodiscard]] kx::BenchSide TextCopy() const
+    {
+        return _Side(1, [this] {
+            CString text;
+            Require(_m_document.SaveToString(text), "a text");
+            g_sum = g_sum + text.GetLength();
+        });
+    }
+
+  private:
+    template <class Work>
+    [[nodiscard]] kx::BenchSide _Side(int times, const Work& work) const
+    {
+        return [=, this] { return kx::NanosecondsACall(times, work) / _m_gpos.Policies(); };
+    }
+
+    CkxBenchGpos _m_gpos;
+    std::wstring _m_path;
+    CkxXMLDocumentFactory _m_ourFactory;
+    CkxXMLDocument _m_document;
+    CComPtr<IXMLDOMElement> _m_root;
+};
+
+void CompareWhole(CkxBenchReport& report, const WholeFile& file, const std::string& size, int rounds)
+{
+    Compare(report, ("load and release, " + size).c_str(), kGoalWhole, file.Loads(1), file.BareLoad(),
+            rounds);
+    const auto texts = kx::Interleave(rounds, {file.Texts(1), file.BareText(), file.TextCopy()});
+    report.Compare("text, " + size, "ns", texts[0], texts[1], kGoalWhole);
+    report.Compare("text copied into a CString, " + size, "ns", texts[2], texts[1]);
 }
 
-void CompareGrowthOfLoad()
+// The small amount ten times takes turns with the large one.
+void CompareGrowth(CkxBenchReport& report, const char* what, const kx::BenchSide& small,
+                   const kx::BenchSide& large)
 {
-    const CkxXMLDocumentFactory factory;
-    const CString small = TemporaryFile(Policies(kElements / 10, true), L"small");
-    const CString large = TemporaryFile(Policies(kElements, true), L"large");
-    const auto load = [&](const CString& path) {
-        CkxXMLDocument document(factory);
-        Require(document.LoadFromFile(path), "load");
-    };
-    CompareGrowth(
-        "load", [&] { load(small); }, [&] { load(large); });
-    ::DeleteFileW(small);
-    ::DeleteFileW(large);
+    const std::vector<kx::Samples> sides = kx::Interleave(5, {large, small});
+    report.Figure(what, "power", 1 + std::log10(kx::MedianRatio(sides[0], sides[1])), kGoalGrowth);
 }
 
-void CompareGrowthOfText()
+void CompareDocuments(CkxBenchReport& report)
 {
-    Source small;
-    Source large;
-    small.Load(Policies(kElements / 10, true));
-    large.Load(Policies(kElements, true));
-    const auto save = [](const Source& source) {
-        CComBSTR text;
-        Require(source.document.SaveToString(text), "text");
-    };
-    CompareGrowth(
-        "text", [&] { save(small); }, [&] { save(large); });
+    const WholeFile small(kElements / 10);
+    const WholeFile large(kElements);
+    CompareWhole(report, small, "10,000 policies", kRounds);
+    CompareWhole(report, large, "100,000 policies", 5);
+    CompareGrowth(report, "load against policies, 10,000 to 100,000", small.Loads(10), large.Loads(1));
+    CompareGrowth(report, "text against policies, 10,000 to 100,000", small.Texts(10), large.Texts(1));
+}
+
+void CompareAll(CkxBenchReport& report)
+{
+    const std::wstring text = SmallPolicies();
+    {
+        Source source;
+        source.Load(text);
+        CompareReused(report, source);
+        CompareMade(report, source);
+    }
+    CompareMoves(report, text);
+    CompareDocuments(report);
 }
 
 } // namespace
 
-int main()
+int main(int argc, char** argv)
 {
+    CkxBenchReport report(argc, argv);
     Require(SUCCEEDED(::CoInitializeEx(nullptr, COINIT_MULTITHREADED)), "COM");
-    std::printf("%d elements\n", kElements);
-    CompareReused();
-    CompareMade();
-    CompareMoves();
-    CompareWhole(kElements / 10, 15);
-    CompareWhole(kElements, 3);
-    CompareGrowthOfLoad();
-    CompareGrowthOfText();
+    CompareAll(report);
     ::CoUninitialize();
-    return g_allMet ? 0 : 1;
+    return report.Finish();
 }

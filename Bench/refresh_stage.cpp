@@ -65,14 +65,6 @@ std::wstring CkxRefreshStage::LastDocument() const
     return document ? std::wstring(document->begin(), document->end()) : std::wstring();
 }
 
-void Require(bool holds, const char* what)
-{
-    if (holds)
-        return;
-    std::printf("cannot measure: %s\n", what);
-    std::exit(2);
-}
-
 bool HasFailed(const std::vector<kx::Samples>& sides)
 {
     return std::any_of(sides.begin(), sides.end(), [](const kx::Samples& side) {

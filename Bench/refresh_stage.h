@@ -59,9 +59,6 @@ class CkxRefreshStage {
     std::vector<std::byte> _m_message;
 };
 
-/// Ends the program, with a word why, unless `holds`.
-void Require(bool holds, const char* what);
-
 /// True when one of the samples is CkxRefreshStage::c_failed.
 [[nodiscard]] bool HasFailed(const std::vector<kx::Samples>& sides);
 
