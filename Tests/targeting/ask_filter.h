@@ -5,8 +5,13 @@
 #include "Tools/targeting/item_decision.h"
 #include "Tools/targeting/stated_facts.h"
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
+#include <map>
+#include <set>
 #include <span>
+#include <string>
 #include <string_view>
 
 enum Answer { Yes, No, CannotTell };
@@ -38,4 +43,33 @@ inline Answer Ask(std::wstring_view filter, std::wstring_view stated, const Fake
     if (!decision.findings.empty())
         return CannotTell;
     return decision.passes ? Yes : No;
+}
+
+struct FilterRow {
+    int line;
+    Answer expected;
+    const wchar_t* filter; ///< without the "Filter" that each name begins with
+    const wchar_t* stated = L"";
+};
+
+/// What was answered so far, by the filter's name.
+inline std::map<std::wstring, std::set<Answer>> g_answers;
+
+/// Asks the filter, and asks it negated.
+inline void ExpectAnswer(int line, const std::wstring& filter, const std::wstring& stated,
+                         const FakeFacts& machine, Answer expected)
+{
+    const std::wstring whole = L"Filter" + filter;
+    EXPECT_EQ(kx::ParseFacts(stated).problem, L"") << "line " << line;
+    EXPECT_EQ(Ask(whole, stated, machine), expected) << "line " << line;
+    const wchar_t* const negation = whole.find(L' ') == std::wstring::npos ? L" not=1" : L"|not=1";
+    const Answer other = expected == Yes ? No : expected == No ? Yes : CannotTell;
+    EXPECT_EQ(Ask(whole + negation, stated, machine), other) << "negated, line " << line;
+    g_answers[whole.substr(0, whole.find(L' '))].insert(expected);
+}
+
+inline void ExpectAnswers(std::span<const FilterRow> rows, const FakeFacts& machine = FakeFacts())
+{
+    for (const FilterRow& row : rows)
+        ExpectAnswer(row.line, row.filter, row.stated, machine, row.expected);
 }

@@ -1,4 +1,4 @@
-// The targeting stand-in's pure parts: joining filters, names, versions, variables, and each filter's forms.
+// The targeting stand-in's pure parts: joining filters, names, versions, variables, and deciding an item.
 
 #include "Tests/targeting/fake_facts.h"
 #include "Tools/targeting/filter_tree.h"
@@ -134,99 +134,6 @@ TEST(VariableText, ReplacesWhatIsSet)
     for (const auto& [text, expected] : rows)
         EXPECT_EQ(kx::ExpandVariables(text, facts).text, expected);
     EXPECT_EQ(kx::ExpandVariables(L"%SITE%%NONE%", facts).unknown, L"NONE");
-}
-
-// Each filter alone, in every form that it understands, and in those that it does not.
-TEST(Filters, AnswerOrSayWhyNot)
-{
-    enum Answer { Yes, No, CannotTell };
-
-    const wchar_t* const user = L"FilterUser";
-    const wchar_t* const pc = L"FilterComputer";
-    const wchar_t* const var = L"FilterVariable";
-    const wchar_t* const file = L"FilterFile";
-    const auto exists = [](const wchar_t* path, const wchar_t* folder) {
-        return Attributes{{L"type", L"EXISTS"}, {L"path", path}, {L"folder", folder}};
-    };
-    const auto version = [](const wchar_t* low, const wchar_t* gte, const wchar_t* high, const wchar_t* lte,
-                            const wchar_t* path = L"%root%\\a.exe") {
-        return Attributes{{L"type", L"VERSION"}, {L"path", path}, {L"folder", L"0"}, {L"min", low},
-                          {L"gte", gte},         {L"max", high},  {L"lte", lte}};
-    };
-
-    const struct {
-        int row;
-        Answer expected;
-        const wchar_t* name;
-        Attributes attributes;
-    } rows[] = {
-        {__LINE__, Yes, user, {{L"name", L"fernhill\\ANNA"}}},
-        {__LINE__, Yes, user, {{L"name", L"FERN*\\ann?"}, {L"sid", L""}}},
-        {__LINE__, No, user, {{L"name", L"*\\Bert"}}},
-        {__LINE__, CannotTell, user, {{L"name", L"Anna"}}},
-        {__LINE__, Yes, user, {{L"name", L"OLD\\Name"}, {L"sid", L"S-1-5-21-1-2-3-1001"}}},
-        {__LINE__, No, user, {{L"name", L"FERNHILL\\Anna"}, {L"sid", L"S-1-5-18"}}},
-        {__LINE__, CannotTell, user, {{L"sid", L"S-1-5-Anna"}}},
-        {__LINE__, CannotTell, user, {{L"name", L"%site%\\Anna"}}},
-        {__LINE__, CannotTell, user, {{L"name", L"FERNHILL\\Anna"}, {L"primary", L"1"}}},
-        {__LINE__, Yes, pc, {{L"type", L"NETBIOS"}, {L"name", L"pc-*"}}},
-        {__LINE__, No, pc, {{L"type", L"NETBIOS"}, {L"name", L"pc-7.example.net"}}},
-        {__LINE__, Yes, pc, {{L"type", L"DNS"}, {L"name", L"PC-7.example.net"}}},
-        {__LINE__, CannotTell, pc, {{L"name", L"PC-7"}}},
-        {__LINE__, Yes, var, {{L"variableName", L"site"}, {L"value", L"NORTH"}, {L"hidden", L"1"}}},
-        {__LINE__, No, var, {{L"variableName", L"SITE"}, {L"value", L"N*"}}},
-        {__LINE__, Yes, var, {{L"variableName", L"NONE"}, {L"value", L""}}},
-        {__LINE__, CannotTell, var, {{L"value", L"x"}}},
-        {__LINE__, Yes, file, exists(L"%ROOT%\\a.exe", L"0")},
-        {__LINE__, No, file, exists(L"%ROOT%\\a.exe", L"1")},
-        {__LINE__, Yes, file, exists(L"C:\\Tools", L"1")},
-        {__LINE__, No, file, exists(L"C:\\Tools\\none", L"0")},
-        {__LINE__, CannotTell, file, exists(L"C:\\locked", L"0")},
-        {__LINE__, CannotTell, file, exists(L"%NONE%\\a.exe", L"0")},
-        {__LINE__, CannotTell, file, exists(L"a.exe", L"0")},
-        {__LINE__, CannotTell, file, exists(L"C:\\Tools\\*.exe", L"0")},
-        {__LINE__, CannotTell, file, exists(L"C:\\Tools", L"yes")},
-        {__LINE__, CannotTell, file, {{L"path", L"C:\\Tools"}, {L"type", L"DATE"}}},
-        {__LINE__, Yes, file, version(L"2.5.0.0", L"1", L"2.5.0.0", L"1")},
-        {__LINE__, No, file, version(L"2.5.0.0", L"0", L"3.0.0.0", L"1")},
-        {__LINE__, No, file, version(L"1.0.0.0", L"1", L"2.5.0.0", L"0")},
-        {__LINE__, No, file, version(L"0.0.0.0", L"1", L"9.0.0.0", L"1", L"C:\\Tools\\none")},
-        {__LINE__, CannotTell, file, version(L"1.0", L"1", L"2.0", L"1")},
-        {__LINE__, CannotTell, file, version(L"1.0.0.0", L"", L"2.0.0.0", L"1")},
-        {__LINE__, CannotTell, file, version(L"1.0.0.0", L"1", L"2.0.0.0", L"2")},
-        {__LINE__, CannotTell, L"FilterMsi", {}},
-        {__LINE__, CannotTell, L"FilterCollection", {}},
-        {__LINE__, CannotTell, user, {{L"name", L"FERNHILL\\Anna"}, {L"bool", L"XOR"}}},
-        {__LINE__, CannotTell, user, {{L"name", L"FERNHILL\\Anna"}, {L"not", L"true"}}},
-    };
-
-    const FakeFacts facts;
-    for (const auto& row : rows) {
-        kx::FilterElement element{0, row.name, row.attributes};
-        const kx::ItemDecision decision = kx::DecideItem(std::span(&element, 1), facts);
-        EXPECT_EQ(decision.passes, row.expected != No) << "line " << row.row;
-        EXPECT_EQ(decision.findings.size(), row.expected == CannotTell ? 1U : 0U) << "line " << row.row;
-        if (row.expected == CannotTell)
-            continue;
-        element.attributes.push_back({L"not", L"1"});
-        EXPECT_EQ(kx::DecideItem(std::span(&element, 1), facts).passes, row.expected == No) << row.row;
-    }
-}
-
-TEST(Filters, WithoutFactsThereIsNoAnswer)
-{
-    FakeFacts facts;
-    facts.userName = facts.userSid = std::nullopt;
-    facts.version.state = kx::FileVersionFact::State::CannotTell;
-    kx::FilterElement file{0, L"FilterFile", {{L"path", L"C:\\Tools\\a.exe"}, {L"type", L"VERSION"}}};
-    for (const auto& [name, value] :
-         {std::pair(L"min", L"0.0.0.0"), {L"max", L"9.0.0.0"}, {L"gte", L"1"}, {L"lte", L"1"}})
-        file.attributes.push_back({name, value});
-    const kx::FilterElement elements[] = {
-        {0, L"FilterUser", {{L"name", L"*\\*"}}}, {0, L"FilterUser", {{L"sid", L"S-1-5-18"}}}, file};
-    EXPECT_EQ(kx::DecideItem(elements, facts).findings.size(), std::size(elements));
-    facts.version.state = kx::FileVersionFact::State::None;
-    EXPECT_FALSE(kx::DecideItem(std::span(&file, 1), facts).passes) << "no version, no match";
 }
 
 // One filter that is not known, deep in a tree that says no.
