@@ -36,10 +36,11 @@ void SetText(const CkxRegKey& key, const wchar_t* name, DWORD type, const std::w
 /// One registry item that writes `value` where the marker stands.
 std::string Item(const std::string& value, const std::string& filters)
 {
-    return R"(<Registry clsid="{9CD4B2F4-923D-47f5-A062-E897DD1DAD50}" name=")" + value +
-           R"(" bypassErrors="1"><Properties action="U" displayDecimal="0" default="0")"
-           R"( hive="HKEY_LOCAL_MACHINE" key="software\korvex\agent\temp" type="REG_SZ" value="ILTTest" name=")" +
-           value + "\"/>" + filters + "</Registry>";
+    return "<Registry clsid='{9CD4B2F4-923D-47f5-A062-E897DD1DAD50}' name='" + value +
+           "' bypassErrors='1'><Properties action='U' displayDecimal='0' default='0' "
+           "hive='HKEY_LOCAL_MACHINE' "
+           "key='software\\korvex\\agent\\temp' type='REG_SZ' value='ILTTest' name='" +
+           value + "'/>" + filters + "</Registry>";
 }
 
 std::string Settings(const std::string& items)
@@ -132,51 +133,11 @@ TEST_F(TargetingTest, EachFilterAsksTheMachine)
     CAccessToken token;
     CSid user;
     ASSERT_TRUE(token.GetProcessToken(TOKEN_QUERY) && token.GetUser(&user));
+    SYSTEMTIME now{};
+    ::GetLocalTime(&now);
     ::SetEnvironmentVariableW(L"KX_TARGETING", L"Set");
     ::SetEnvironmentVariableW(L"KX_WORK", m_folder.Path().c_str());
     m_folder.Write(L"there.txt", "x");
-
-    const auto filter = [](const char* name, const std::string& attributes) {
-        return "<Filter" + std::string(name) + R"( bool="AND" not="0" )" + attributes + "/>";
-    };
-    const std::string version =
-        R"(type="VERSION" folder="0" gte="1" lte="1" path="%SystemRoot%\system32\kernel32.dll" )";
-
-    const struct {
-        const char* why;
-        std::string filter;
-        bool expected;
-    } rows[] = {
-        {"the user",
-         filter("User", "name='" + Narrow(user.Domain()) + "\\" + Narrow(user.AccountName()) + "'"), true},
-        {"the user's sid", filter("User", "sid='" + Narrow(user.Sid()) + "'"), true},
-        {"another user", filter("User", R"(name="*\nobody-of-that-name")"), false},
-        {"another sid", filter("User", R"(name="*\*" sid="S-1-5-19")"), false},
-        {"the computer", filter("Computer", R"(type="NETBIOS" name=")" + Narrow(computer) + "\""), true},
-        {"another computer", filter("Computer", R"(type="DNS" name="no-such-*")"), false},
-        {"a variable", filter("Variable", R"(variableName="kx_targeting" value="SET")"), true},
-        {"another value", filter("Variable", R"(variableName="KX_TARGETING" value="x")"), false},
-        {"a file", filter("File", R"(type="EXISTS" folder="0" path="%KX_WORK%\there.txt")"), true},
-        {"no folder", filter("File", R"(type="EXISTS" folder="1" path="%KX_WORK%\there.txt")"), false},
-        {"a folder", filter("File", R"(type="EXISTS" folder="1" path="%KX_WORK%\tmp")"), true},
-        {"not there", filter("File", R"(type="EXISTS" folder="0" path="%KX_WORK%\no\no")"), false},
-        {"a version", filter("File", version + R"(min="0.0.0.1" max="65535.0.0.0")"), true},
-        {"another version", filter("File", version + R"(min="0.0.0.0" max="0.0.0.1")"), false},
-    };
-
-    for (const auto& row : rows)
-        EXPECT_EQ(Lets(row.filter), row.expected) << row.why;
-    EXPECT_THAT(Report(), IsEmpty());
-    EXPECT_EQ(::GetModuleHandleW(L"kx_targeting.dll"), nullptr) << "nothing keeps the module loaded";
-}
-
-TEST_F(TargetingTest, TheComputerIsAsked)
-{
-    CAccessToken token;
-    CSid user;
-    ASSERT_TRUE(token.GetProcessToken(TOKEN_QUERY) && token.GetUser(&user));
-    SYSTEMTIME now{};
-    ::GetLocalTime(&now);
     CkxRegKey key;
     ASSERT_EQ(key.Create(HKEY_CURRENT_USER, L"Software\\KxTargeting", KEY_SET_VALUE), ERROR_SUCCESS);
     SetText(key, L"Text", REG_EXPAND_SZ, L"%Path%");
@@ -185,6 +146,8 @@ TEST_F(TargetingTest, TheComputerIsAsked)
         ::RegSetValueExW(key.Get(), L"", 0, REG_DWORD, reinterpret_cast<const BYTE*>(&number), sizeof number),
         ERROR_SUCCESS);
 
+    const std::string version =
+        "File type='VERSION' folder='0' gte='1' lte='1' path='%SystemRoot%\\system32\\kernel32.dll' ";
     const std::string ofUser = R"(Registry hive="HKEY_CURRENT_USER" key="Software\KxTargeting" )";
     const std::string locale = "Language language='" + std::to_string(::GetSystemDefaultLCID()) +
                                "' locale='" + std::to_string(::GetSystemDefaultLCID()) + "' ";
@@ -194,6 +157,20 @@ TEST_F(TargetingTest, TheComputerIsAsked)
         bool expected;
         std::string filter;
     } rows[] = {
+        {true, "User name='" + Narrow(user.Domain()) + "\\" + Narrow(user.AccountName()) + "'"},
+        {true, "User sid='" + Narrow(user.Sid()) + "'"},
+        {false, "User name='*\\nobody-of-that-name'"},
+        {false, "User name='*\\*' sid='S-1-5-19'"},
+        {true, "Computer type='NETBIOS' name='" + Narrow(computer) + "'"},
+        {false, "Computer type='DNS' name='no-such-*'"},
+        {true, "Variable variableName='kx_targeting' value='SET'"},
+        {false, "Variable variableName='KX_TARGETING' value='x'"},
+        {true, "File type='EXISTS' folder='0' path='%KX_WORK%\\there.txt'"},
+        {false, "File type='EXISTS' folder='1' path='%KX_WORK%\\there.txt'"},
+        {true, "File type='EXISTS' folder='1' path='%KX_WORK%\\tmp'"},
+        {false, "File type='EXISTS' folder='0' path='%KX_WORK%\\no\\no'"},
+        {true, version + "min='0.0.0.1' max='65535.0.0.0'"},
+        {false, version + "min='0.0.0.0' max='0.0.0.1'"},
         {true, "Group userContext='1' sid='S-1-1-0'"},
         {true, R"(Group userContext='1' name='BUILTIN\Users')"},
         {false, "Group userContext='1' sid='S-1-5-32-546'"},
@@ -227,10 +204,11 @@ TEST_F(TargetingTest, TheComputerIsAsked)
     };
 
     for (const auto& row : rows)
-        EXPECT_EQ(Lets("<Filter" + row.filter + "/>"), row.expected) << row.filter;
+        EXPECT_EQ(Lets("<Filter" + row.filter + " bool='AND' not='0'/>"), row.expected) << row.filter;
     EXPECT_TRUE(Lets("<FilterProcMode backRefr='1'/>", GPO_INFO_FLAG_BACKGROUND));
     EXPECT_FALSE(Lets("<FilterProcMode backRefr='1'/>"));
     EXPECT_THAT(Report(), IsEmpty());
+    EXPECT_EQ(::GetModuleHandleW(L"kx_targeting.dll"), nullptr) << "nothing keeps the module loaded";
     ::RegDeleteKeyW(HKEY_CURRENT_USER, L"Software\\KxTargeting");
 }
 
@@ -275,10 +253,10 @@ TEST_F(TargetingTest, TheUsersVariablesCountInUserScopeOnly)
 
 TEST_F(TargetingTest, TheTreeIsReadFromEveryPlace)
 {
-    const std::string yes = R"(<FilterVariable bool="AND" not="1" variableName="KX_NONE" value="x"/>)";
-    const std::string no = R"(<FilterVariable bool="AND" not="0" variableName="KX_NONE" value="x"/>)";
-    const std::string nested = no + R"(<FilterCollection bool="OR" not="1"> <!-- not (yes and no) -->)" +
-                               yes + "<FilterCollection bool=\"AND\">" + no +
+    const std::string yes = "<FilterVariable bool='AND' not='1' variableName='KX_NONE' value='x'/>";
+    const std::string no = "<FilterVariable bool='AND' not='0' variableName='KX_NONE' value='x'/>";
+    const std::string nested = no + "<FilterCollection bool='OR' not='1'> <!-- not (yes and no) -->" + yes +
+                               "<FilterCollection bool='AND'>" + no +
                                "</FilterCollection></FilterCollection>";
     EXPECT_TRUE(Lets(nested));
     EXPECT_FALSE(Lets(nested + no));
