@@ -1,6 +1,7 @@
 // What the report makes of a run, and what it never gives away.
 
 #include "Tests/kx_gpsim/sample_run.h"
+#include "Tools/kx_gpsim/report_html.h"
 #include "Tools/kx_gpsim/report_json.h"
 #include "Tools/kx_gpsim/report_model.h"
 #include "Tools/kx_gpsim/report_text.h"
@@ -9,6 +10,7 @@
 #include <gmock/gmock.h>
 
 #include <ctime>
+#include <sstream>
 
 namespace {
 
@@ -87,85 +89,57 @@ TEST(ReportPolicies, ComeFromTheRecordsWhereThereIsNoDocument)
     EXPECT_THAT(ReportOf(pass).policies, IsEmpty()) << "a document without policies has none";
 }
 
-struct SettingRow {
-    const char* why;
-    std::vector<kx::SentPolicy> policies;
-    std::vector<kx::RecordedInstance> recorded;
-    string winner; ///< name of the policy, "?" where none is known, "" without a winner
-    std::vector<string> others;
-};
-
-kx::SentPolicy Path(const char* gpo, const char* name, std::int32_t order, const char* value)
+// Policies and records of one setting, each "GPO name order value" or "GPO order value".
+kx::PassResult SettingPass(const string& policies, const string& records, const string& path)
 {
-    return Configuration(gpo, name, order, "/P", value);
-}
-
-kx::RecordedInstance Won(const char* gpo, std::uint32_t precedence, const char* value)
-{
-    return Recorded(false, "/P", precedence, gpo, value);
-}
-
-class ReportSettings : public testing::TestWithParam<SettingRow> {};
-
-TEST_P(ReportSettings, TakeTheWinnerFromTheRecords)
-{
-    const SettingRow& row = GetParam();
     kx::PassResult pass;
     pass.delivered = true;
-    pass.policies = row.policies;
-    pass.recorded = row.recorded;
-    const kx::Report report = ReportOf(pass);
-    ASSERT_FALSE(report.settings.empty());
-    const kx::ReportSetting& setting = report.settings[0]; // "/P" comes first
-    const auto nameOf = [&](const kx::SettingSource& source) {
-        return source.policy == kx::kNoIndex ? "?" : report.policies[source.policy].name;
-    };
-    EXPECT_EQ(setting.winner ? nameOf(*setting.winner) : "", row.winner) << row.why;
-    std::vector<string> others;
-    for (const kx::SettingSource& other : setting.others)
-        others.push_back(nameOf(other));
-    EXPECT_EQ(others, row.others) << row.why;
+    string gpo;
+    string name;
+    string value;
+    std::int64_t order = 0;
+    for (std::istringstream text(policies); text >> gpo >> name >> order >> value;)
+        pass.policies.push_back(Configuration(gpo, name, static_cast<std::int32_t>(order), path, value));
+    for (std::istringstream text(records); text >> gpo >> order >> value;)
+        pass.recorded.push_back(Recorded(false, "/P", static_cast<std::uint32_t>(order), gpo, value));
+    return pass;
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Rows, ReportSettings,
-    testing::Values(
-        SettingRow{"by precedence, though it is not the lowest: the records decide, not the tool",
-                   {Path(kDairy, "low", 1, "x"), Path(kDairy, "high", 9, "y")},
-                   {Won(kDairy, 9, "y")},
-                   "high",
-                   {"low"}},
-        SettingRow{"of two with one precedence the one of the recorded GPO",
-                   {Path(kDairy, "dairy", 5, "x"), Path(kBaseline, "baseline", 5, "x")},
-                   {Won(kDairy, 5, "x")},
-                   "dairy",
-                   {"baseline"}},
-        SettingRow{"of two of one GPO the one with the recorded value",
-                   {Path(kDairy, "a", 5, "x"), Path(kDairy, "b", 5, "y")},
-                   {Won(kDairy, 5, "x")},
-                   "a",
-                   {"b"}},
-        SettingRow{"of two alike the later",
-                   {Path(kDairy, "a", 5, "x"), Path(kDairy, "b", 5, "x")},
-                   {Won(kDairy, 5, "x")},
-                   "b",
-                   {"a"}},
-        SettingRow{"precedence is unsigned: the wrapped one comes last",
-                   {Path(kDairy, "wrapped", -5, "x"), Path(kDairy, "b", 7, "y"), Path(kDairy, "c", 3, "z")},
-                   {Won(kDairy, 3, "z")},
-                   "c",
-                   {"b", "wrapped"}},
-        SettingRow{"nothing recorded: nobody wins",
-                   {Path(kDairy, "b", 7, "y"), Path(kDairy, "a", 5, "x")},
-                   {},
-                   "",
-                   {"a", "b"}},
-        SettingRow{"recorded for an element that holds others: by GPO and precedence",
-                   {Configuration(kDairy, "a", 3, "/P/Q", "z"), Configuration(kDairy, "b", 4, "/P/Q", "z")},
-                   {Won(kDairy, 3, "z")},
-                   "a",
-                   {}},
-        SettingRow{"recorded, and nothing in the document", {}, {Won(kDairy, 3, "z")}, "?", {}}));
+TEST(ReportSettings, TakeTheWinnerFromTheRecords)
+{
+    const struct {
+        const char* why;
+        const char* policies;
+        const char* records;
+        string winner; ///< name of the policy, "?" where none is known, "" without a winner
+        string others;
+        const char* path = "/P";
+    } rows[] = {
+        {"by precedence: the records decide, not the tool", "G low 1 x G high 9 y", "G 9 y", "high", "low "},
+        {"of two with one precedence the one of the recorded GPO", "G g 5 x H h 5 x", "G 5 x", "g", "h "},
+        {"of two of one GPO the one with the recorded value", "G a 5 x G b 5 y", "G 5 x", "a", "b "},
+        {"of two alike the later", "G a 5 x G b 5 x", "G 5 x", "b", "a "},
+        {"precedence is unsigned: the wrapped one comes last", "G a -5 x G b 7 y G c 3 z", "G 3 z", "c",
+         "b a "},
+        {"nothing recorded: nobody wins", "G b 7 y G a 5 x", "", "", "a b "},
+        {"recorded for an element that holds others", "G a 3 z G b 4 z", "G 3 z", "a", "", "/P/Q"},
+        {"recorded, and nothing in the document", "", "G 3 z", "?", ""},
+    };
+
+    for (const auto& row : rows) {
+        const kx::Report report = ReportOf(SettingPass(row.policies, row.records, row.path));
+        ASSERT_FALSE(report.settings.empty()) << row.why;
+        const kx::ReportSetting& setting = report.settings[0]; // "/P" comes first
+        const auto nameOf = [&](const kx::SettingSource& source) {
+            return source.policy == kx::kNoIndex ? "?" : report.policies[source.policy].name;
+        };
+        EXPECT_EQ(setting.winner ? nameOf(*setting.winner) : "", row.winner) << row.why;
+        string others;
+        for (const kx::SettingSource& other : setting.others)
+            others += nameOf(other) + ' ';
+        EXPECT_EQ(others, row.others) << row.why;
+    }
+}
 
 TEST(ReportGpos, KnowWhatWasRecordedOfThem)
 {
@@ -216,12 +190,13 @@ kx::RunResult SecretRun()
     pass.gpos[0].complaints = {{"error", "Migration.xml", 1, 1, "near " + attribute}};
     pass.gpos[0].letThrough = {{"", attribute}};
     pass.complaints = {{"error", "", 0, 0, attribute}};
-    pass.trace = {
-        "10:00:00.000 INFO: RSOP_KxTesmorConfig created. Path=[/Configuration/Proxy], Value=[host " + secret +
-            "]",
-        "10:00:00.001 ERROR: objectInstance.Put(Value, \"host " + secret +
-            "\") failed. hr=-1. CfgPath=/Configuration/Proxy",
-        "10:00:00.002 " + attribute};
+    const string config = "1:.../kx_gpext/rsop_log.cpp(205): ";
+    pass.trace = {"10:00:00.000 " + config +
+                      "INFO: RSOP_KxTesmorConfig created. Path=[/Configuration/Proxy], Value=[host " +
+                      secret + "]",
+                  "10:00:00.001 " + config + "ERROR: objectInstance.Put(Value, \"host " + secret +
+                      "\") failed. hr=-1. CfgPath=/Configuration/Proxy",
+                  "10:00:00.002 1:.../kx_gpext/gp_xml.cpp(1): INFO: " + attribute};
     return {{pass}, ""};
 }
 
@@ -229,8 +204,8 @@ TEST(Report, ShowsASecretAsDots)
 {
     const kx::RunResult run = SecretRun();
     const kx::Report report = kx::MakeReport(run);
-    for (const string& text :
-         {kx::FormatReportText(report), kx::FormatReportJson(report), kx::FormatRunTable(run)}) {
+    for (const string& text : {kx::FormatReportText(report), kx::FormatReportJson(report),
+                               kx::FormatRunTable(run), kx::FormatReportHtml(run, report)}) {
         EXPECT_THAT(text, Not(HasSubstr("hunter2")));
         EXPECT_THAT(text, HasSubstr("..."));
     }
@@ -260,22 +235,25 @@ TEST(ReportText, SaysWhatHappenedAndKeepsATerminalSafe)
     EXPECT_THAT(text, ContainsRegex("loses +red"));
 }
 
-struct CodeRow {
-    const char* call;
-    std::uint32_t code;
-    bool delivered;
-    const char* said;
-};
-
 TEST(ReturnCodes, HaveTheMeaningOfTheirCall)
 {
-    for (const CodeRow& row :
-         {CodeRow{"apply", 0, true, "the agent has the document"},
-          CodeRow{"apply", 0, false, "nothing was sent"}, CodeRow{"plan", 0, false, "recorded"},
-          CodeRow{"apply", 1465, false, "could not be built"}, CodeRow{"append", 1465, false, "a set"},
-          CodeRow{"append", 5, false, "LocalSystem"},
-          CodeRow{"plan", 0x80041003U, false, "WMI refused: 0x80041003"},
-          CodeRow{"apply", 2, false, "Windows"}}) {
+    const struct {
+        const char* call;
+        std::uint32_t code;
+        bool delivered;
+        const char* said;
+    } rows[] = {
+        {"apply", 0, true, "the agent has the document"},
+        {"apply", 0, false, "nothing was sent"},
+        {"plan", 0, false, "recorded"},
+        {"apply", 1465, false, "could not be built"},
+        {"append", 1465, false, "a set"},
+        {"append", 5, false, "LocalSystem"},
+        {"plan", 0x80041003U, false, "WMI refused: 0x80041003"},
+        {"apply", 2, false, "Windows"},
+    };
+
+    for (const auto& row : rows) {
         kx::PassResult pass;
         pass.call = row.call;
         pass.code = row.code;

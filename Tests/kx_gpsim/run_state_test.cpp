@@ -16,6 +16,13 @@ SeenGpo Gpo(const char* name, std::optional<std::uint32_t> version, const char* 
 
 TEST(RunState, DecidesAsTheEngineWould)
 {
+    const std::vector<SeenGpo> a1 = {Gpo("a", 1)};
+    const std::vector<SeenGpo> ab = {Gpo("a", 1), Gpo("b", 1)};
+    const std::vector<SeenGpo> ba = {Gpo("b", 1), Gpo("a", 1)};
+    const std::vector<SeenGpo> otherFile = {Gpo("a", 1, "2:2")};
+    const std::vector<SeenGpo> noVersion = {Gpo("a", {})};
+    const std::vector<SeenGpo> noVersionOtherFile = {Gpo("a", {}, "2:2")};
+
     const struct {
         const char* why;
         std::vector<SeenGpo> before;
@@ -27,49 +34,17 @@ TEST(RunState, DecidesAsTheEngineWould)
         std::size_t deleted;
         std::size_t notes;
     } rows[] = {
-        {"nothing changed",
-         {Gpo("a", 1), Gpo("b", 2)},
-         {Gpo("a", 1), Gpo("b", 2)},
-         0,
-         false,
-         false,
-         true,
-         0,
-         0},
-        {"forced", {Gpo("a", 1)}, {Gpo("a", 1)}, 0, true, true, true, 0, 0},
-        {"the extension asked to be called again",
-         {Gpo("a", 1)},
-         {Gpo("a", 1)},
-         1252,
-         false,
-         true,
-         true,
-         0,
-         0},
-        {"another error asks for nothing", {Gpo("a", 1)}, {Gpo("a", 1)}, 1465, false, false, true, 0, 0},
-        {"a new version", {Gpo("a", 1)}, {Gpo("a", 2)}, 0, false, true, false, 0, 0},
-        {"a new GPO", {Gpo("a", 1)}, {Gpo("a", 1), Gpo("b", 1)}, 0, false, true, false, 0, 0},
-        {"one is gone", {Gpo("a", 1), Gpo("b", 1)}, {Gpo("b", 1)}, 0, false, true, false, 1, 0},
-        {"another order",
-         {Gpo("a", 1), Gpo("b", 1)},
-         {Gpo("b", 1), Gpo("a", 1)},
-         0,
-         false,
-         true,
-         false,
-         0,
-         0},
-        {"a name's case is nothing", {Gpo("a", 1)}, {Gpo("A", 1)}, 0, false, false, true, 0, 0},
-        {"the engine sees versions only", {Gpo("a", 1)}, {Gpo("a", 1, "2:2")}, 0, false, false, true, 0, 1},
-        {"where there is none, files count",
-         {Gpo("a", {})},
-         {Gpo("a", {}, "2:2")},
-         0,
-         false,
-         true,
-         false,
-         0,
-         0},
+        {"nothing changed", ab, ab, 0, false, false, true, 0, 0},
+        {"forced", a1, a1, 0, true, true, true, 0, 0},
+        {"the extension asked to be called again", a1, a1, 1252, false, true, true, 0, 0},
+        {"another error asks for nothing", a1, a1, 1465, false, false, true, 0, 0},
+        {"a new version", a1, {Gpo("a", 2)}, 0, false, true, false, 0, 0},
+        {"a new GPO", a1, ab, 0, false, true, false, 0, 0},
+        {"one is gone", ab, {Gpo("b", 1)}, 0, false, true, false, 1, 0},
+        {"another order", ab, ba, 0, false, true, false, 0, 0},
+        {"a name's case is nothing", a1, {Gpo("A", 1)}, 0, false, false, true, 0, 0},
+        {"the engine sees versions only", a1, otherFile, 0, false, false, true, 0, 1},
+        {"where there is none, files count", noVersion, noVersionOtherFile, 0, false, true, false, 0, 0},
     };
 
     for (const auto& row : rows) {
@@ -80,7 +55,7 @@ TEST(RunState, DecidesAsTheEngineWould)
         EXPECT_EQ(decision.deleted.size(), row.deleted) << row.why;
         EXPECT_EQ(decision.notes.size(), row.notes) << row.why;
     }
-    const kx::EngineDecision first = kx::DecideRefresh(std::nullopt, {Gpo("a", 1)}, false);
+    const kx::EngineDecision first = kx::DecideRefresh(std::nullopt, a1, false);
     EXPECT_TRUE(first.call && !first.noChanges && first.deleted.empty()) << "the first refresh";
 }
 

@@ -13,60 +13,52 @@ namespace {
 using std::string;
 using std::string_view;
 
-struct WidthRow {
-    const char* why;
-    string_view text;
-    std::size_t width;
-};
-
-class TextWidth : public testing::TestWithParam<WidthRow> {};
-
-TEST_P(TextWidth, CountsColumns)
+TEST(DisplayWidth, CountsColumns)
 {
-    EXPECT_EQ(kx::DisplayWidth(GetParam().text), GetParam().width) << GetParam().why;
+    const struct {
+        const char* why;
+        string_view text;
+        std::size_t width;
+    } rows[] = {
+        {"nothing", "", 0},
+        {"letters beyond ASCII are one column", "K\u00E4se", 4},
+        {"a mark stands on its letter", "e\u0301", 1},
+        {"East Asian letters are two", "\u6F22\u5B57", 4},
+        {"fullwidth forms are two, halfwidth ones one", "\uFF21\uFF71", 3},
+        {"a pictograph is two", "\U0001F9C0", 2},
+        {"the last of the first plane", "\uFFFD", 1},
+        {"ill-formed bytes are one each", "\xC3\xC3(", 3},
+        {"a surrogate written as UTF-8 is three ill-formed bytes", "\xED\xA0\x80", 3},
+        {"an overlong slash is no character", "\xC0\xAF", 2},
+        {"a character cut short", "a\xE6\xBC", 3},
+        {"beyond the last character", "\xF4\x90\x80\x80", 4},
+    };
+
+    for (const auto& row : rows)
+        EXPECT_EQ(kx::DisplayWidth(row.text), row.width) << row.why;
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Rows, TextWidth,
-    testing::Values(WidthRow{"nothing", "", 0},
-                    WidthRow{"letters beyond ASCII are one column", "K\u00E4se", 4},
-                    WidthRow{"a mark stands on its letter", "e\u0301", 1},
-                    WidthRow{"East Asian letters are two", "\u6F22\u5B57", 4},
-                    WidthRow{"fullwidth forms are two, halfwidth ones one", "\uFF21\uFF71", 3},
-                    WidthRow{"a pictograph is two", "\U0001F9C0", 2},
-                    WidthRow{"the last of the first plane", "\uFFFD", 1},
-                    WidthRow{"ill-formed bytes are one each", "\xC3\xC3(", 3},
-                    WidthRow{"a surrogate written as UTF-8 is three ill-formed bytes", "\xED\xA0\x80", 3},
-                    WidthRow{"an overlong slash is no character", "\xC0\xAF", 2},
-                    WidthRow{"a character cut short", "a\xE6\xBC", 3},
-                    WidthRow{"beyond the last character", "\xF4\x90\x80\x80", 4}));
-
-struct VisibleRow {
-    const char* why;
-    string_view text;
-    string_view visible;
-};
-
-class TextVisible : public testing::TestWithParam<VisibleRow> {};
-
-TEST_P(TextVisible, LosesItsPower)
+TEST(VisibleText, HasNoPowerOverATerminal)
 {
-    EXPECT_EQ(kx::VisibleText(GetParam().text), GetParam().visible) << GetParam().why;
-}
+    const struct {
+        const char* why;
+        string_view text;
+        string_view visible;
+    } rows[] = {
+        {"ordinary text stays", "Caf\u00E9 \u6F22", "Caf\u00E9 \u6F22"},
+        {"an escape sequence", "\x1b[2J", "\u241B[2J"},
+        {"line ends do not break a table", "a\r\nb", "a\u240D\u240Ab"},
+        {"a NUL", string_view("a\0_", 3), "a\u2400_"},
+        {"delete", "\x7F", "\u2421"},
+        {"the one-byte form of an escape sequence", "\u009B1m", "<U+009B>1m"},
+        {"the direction of writing", "\u202Egpj.exe", "<U+202E>gpj.exe"},
+        {"hidden tags", "a\U000E0041", "a<U+0E0041>"},
+        {"a stray byte", "a\x9B", "a\uFFFD"},
+    };
 
-INSTANTIATE_TEST_SUITE_P(
-    Rows, TextVisible,
-    testing::Values(VisibleRow{"ordinary text stays", "Caf\u00E9 \u6F22", "Caf\u00E9 \u6F22"},
-                    VisibleRow{"an escape sequence", "\x1b[2J", "\u241B[2J"},
-                    VisibleRow{"line ends do not break a table", "a\r\nb", "a\u240D\u240Ab"},
-                    VisibleRow{"a NUL", string_view("a\0b", 3),
-                               "a\u2400"
-                               "b"},
-                    VisibleRow{"delete", "\x7F", "\u2421"},
-                    VisibleRow{"the one-byte form of an escape sequence", "\u009B1m", "<U+009B>1m"},
-                    VisibleRow{"the direction of writing", "\u202Egpj.exe", "<U+202E>gpj.exe"},
-                    VisibleRow{"hidden tags", "a\U000E0041", "a<U+0E0041>"},
-                    VisibleRow{"a stray byte", "a\x9B", "a\uFFFD"}));
+    for (const auto& row : rows)
+        EXPECT_EQ(kx::VisibleText(row.text), row.visible) << row.why;
+}
 
 TEST(CutText, EndsInAnEllipsisWithinTheWidth)
 {

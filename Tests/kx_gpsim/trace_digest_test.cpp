@@ -3,12 +3,11 @@
 #include "Tools/kx_gpsim/gpo_outcomes.h"
 #include "Tools/kx_gpsim/trace_digest.h"
 
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 namespace {
 
 using kx::Targeted;
-using testing::ElementsAre;
 
 std::string Line(const char* source, const std::string& message)
 {
@@ -25,74 +24,71 @@ const std::string kStart = "D_Lib: output is switched to file C:\\x(1): ERROR: n
                            Line("gp_xml.cpp(148)", "INFO:    DeletedGPOList:") + Heading("Gone") +
                            Line("gp_xml.cpp(160)", "INFO:    ChangedGPOList:");
 
-std::string Shown(const kx::Complaint& complaint)
+// Complaints, or policies with what became of them, a line each.
+std::string Shown(const std::vector<kx::Complaint>& complaints)
 {
-    std::string place = complaint.file;
-    if (complaint.line > 0)
-        place += ":" + std::to_string(complaint.line) + ":" + std::to_string(complaint.column);
-    return complaint.severity + " " + place + " " + complaint.reason;
-}
-
-std::vector<std::string> Shown(const std::vector<kx::Complaint>& complaints)
-{
-    std::vector<std::string> shown;
-    for (const kx::Complaint& complaint : complaints)
-        shown.push_back(Shown(complaint));
+    std::string shown;
+    for (const kx::Complaint& complaint : complaints) {
+        shown += complaint.severity + " " + complaint.file;
+        if (complaint.line > 0)
+            shown += ":" + std::to_string(complaint.line) + ":" + std::to_string(complaint.column);
+        shown += " " + complaint.reason + "\n";
+    }
     return shown;
 }
 
-std::vector<std::string> Shown(const std::vector<kx::TargetedPolicy>& policies)
+std::string Shown(const std::vector<kx::TargetedPolicy>& policies)
 {
-    std::vector<std::string> shown;
+    std::string shown;
     for (const kx::TargetedPolicy& policy : policies)
-        shown.push_back("[" + policy.name + "] " + policy.reason);
+        shown += "[" + policy.name + "] " + policy.reason + "\n";
     return shown;
 }
 
 TEST(TraceDigest, MakesComplaintsOfAGposLines)
 {
+    const auto load = [](const char* message) { return Line("gp_xml_load.cpp(63)", message); };
+    const auto xml = [](const char* message) { return Line("gp_xml.cpp(206)", message); };
+    const char* const noVersion = "Failed to get version attribute from root element <P>. Path=[C:\\T.xml]";
+    const char* const noSet =
+        "'setId' attribute is missing or empty in <AgentParameters> element in Migration.xml";
+    const char* const noOrder = "Policy in GPO [GPO A] is missing 'order' attribute.";
+
     const struct {
         const char* why;
         std::string lines;
-        std::vector<std::string> complaints;
+        std::string complaints; ///< a line each
     } rows[] = {
         {"a file that is no XML, with its place",
          Line("xml_document.cpp(9)", "ERROR: of a layer below").replace(3, 0, "/xml/") +
-             Line("gp_xml_load.cpp(63)", "ERROR: Failed to load XML from file [C:\\a]b\\Tokens.xml]") +
-             Line("gp_xml_load.cpp(64)",
-                  "ERROR: The file was not accepted: A (odd) tag (line 12, column 7)") +
-             Line("gp_xml_load.cpp(49)", "ERROR: Failed to load the policy files of GPO GPO A - {A}"),
-         {"error Tokens.xml:12:7 A (odd) tag"}},
+             load("ERROR: Failed to load XML from file [C:\\a]b\\Tokens.xml]") +
+             load("ERROR: The file was not accepted: A (odd) tag (line 12, column 7)") +
+             load("ERROR: Failed to load the policy files of GPO GPO A - {A}"),
+         "error Tokens.xml:12:7 A (odd) tag\n"},
         {"a parser without a reason",
-         Line("gp_xml_load.cpp(63)", "ERROR: Failed to load XML from file [C:\\a\\GUI.xml]") +
-             Line("gp_xml_load.cpp(64)", "ERROR: The file was not accepted: error"),
-         {"error GUI.xml cannot be read"}},
+         load("ERROR: Failed to load XML from file [C:\\a\\GUI.xml]") +
+             load("ERROR: The file was not accepted: error"),
+         "error GUI.xml cannot be read\n"},
         {"two files of another version",
          Line("gp_xml_merge.cpp(33)",
               "ERROR: Unsupported version found in XML. Versions: 4, 5, 5, -6. GPO GPO A - {A}") +
-             Line("gp_xml.cpp(206)", "ERROR: Failed to process polcies for GPO GPO A - {A}"),
-         {"error Policies.xml version 4 is not supported, only 5 is",
-          "error GUI.xml version -6 is not supported, only 5 is"}},
-        {"no version",
-         Line("gp_xml_load.cpp(75)",
-              "ERROR: Failed to get version attribute from root element <P>. Path=[C:\\T.xml]"),
-         {"error T.xml Failed to get version attribute from root element <P>. Path=[C:\\T.xml]"}},
+             xml("ERROR: Failed to process polcies for GPO GPO A - {A}"),
+         "error Policies.xml version 4 is not supported, only 5 is\n"
+         "error GUI.xml version -6 is not supported, only 5 is\n"},
+        {"no version", load((std::string("ERROR: ") + noVersion).c_str()),
+         std::string("error T.xml ") + noVersion + "\n"},
         {"a bad migration command",
-         Line("gp_xml_migration.cpp(18)", "ERROR: 'setId' attribute is missing or empty in <AgentParameters> "
-                                          "element in Migration.xml. GPO "
-                                          "GPO A - {A}") +
-             Line("gp_xml.cpp(202)", "ERROR: Failed to process migration command for GPO GPO A - {A}"),
-         {"error Migration.xml 'setId' attribute is missing or empty in <AgentParameters> element in "
-          "Migration.xml"}},
-        {"a consequence of nothing known",
-         Line("gp_xml.cpp(206)", "ERROR: Failed to process polcies for GPO GPO A - {A}"),
-         {"error Policies.xml Failed to process polcies"}},
+         Line("gp_xml_migration.cpp(18)", std::string("ERROR: ") + noSet + ". GPO GPO A - {A}") +
+             xml("ERROR: Failed to process migration command for GPO GPO A - {A}"),
+         std::string("error Migration.xml ") + noSet + "\n"},
+        {"a consequence of nothing known", xml("ERROR: Failed to process polcies for GPO GPO A - {A}"),
+         "error Policies.xml Failed to process polcies\n"},
         {"what is applied all the same",
-         Line("gp_xml_merge.cpp(80)", "ERROR: Policy in GPO [GPO A] is missing 'order' attribute.") +
+         Line("gp_xml_merge.cpp(80)", std::string("ERROR: ") + noOrder) +
              Line("rsop_log.cpp(99)", "ERROR: No \"action\" element in policy. GPO GPO A - {A}"),
-         {"warning Policies.xml Policy in GPO [GPO A] is missing 'order' attribute.",
-          "warning Policies.xml No \"action\" element in policy"}},
-        {"information", Line("gp_xml.cpp(1)", "INFO: ERROR: is only quoted"), {}},
+         std::string("warning Policies.xml ") + noOrder +
+             "\nwarning Policies.xml No \"action\" element in policy\n"},
+        {"information", xml("INFO: ERROR: is only quoted"), ""},
     };
 
     for (const auto& row : rows) {
@@ -133,79 +129,51 @@ TEST(GpoOutcomes, TellWhichPolicyAnEvaluationWasFor)
     const std::string start = kStart + Heading("A");
     const std::size_t at = start.size(); // an evaluation that begins before any further line
 
+    const std::vector<std::string> unknown = {"ILTTest: let through: FilterX: not known"};
+    const std::vector<kx::TargetingCheck> none = {};
+    const std::vector<kx::TargetingCheck> oneExcluded = {{at, Targeted::Excluded, filters, {}}};
+    const std::vector<kx::TargetingCheck> threeOfThree = {
+        {at, Targeted::Excluded, filters, {}},
+        {at + excluded.size(), Targeted::Allowed, filters, {}},
+        {at + excluded.size(), Targeted::Allowed, filters, unknown}};
+    const std::vector<kx::TargetingCheck> secondAllowed = {
+        {at + noKey.size(), Targeted::Allowed, filters, unknown}};
+    const std::vector<kx::TargetingCheck> letThrough = {{at, Targeted::LetThrough, filters, {}}};
+    const std::string notAllowed = Line("gp_xml.cpp(198)", "INFO: GPO not allowed by ILT: GPO A - {A}");
+    const std::string stays =
+        Line("gp_xml_targeting.cpp(180)", "ERROR: Failed to remove reg value [ILTTest]. err=5");
+
     const struct {
         const char* why;
         std::string lines;
         std::vector<kx::TargetingCheck> checks;
-        std::vector<std::string> passed; ///< policies with targeting that arrived
-        std::vector<std::string> excluded;
-        std::vector<std::string> letThrough;
+        std::string passed; ///< policies with targeting that arrived, by letters
+        std::string excluded;
+        std::string letThrough;
     } rows[] = {
-        {"excluded, with its filters",
-         excluded,
-         {{at, Targeted::Excluded, filters, {}}},
-         {"p"},
-         {"[out] does not match: <F/>"},
-         {}},
-        {"excluded, and nobody saw it but the trace",
-         excluded,
-         {},
-         {},
-         {"[out] its targeting does not match"},
-         {}},
-        {"excluded without a name",
-         "",
-         {{at, Targeted::Excluded, filters, {}}},
-         {},
-         {"[(a policy without a name)] does not match: <F/>"},
-         {}},
-        {"the GPO itself",
-         Line("gp_xml.cpp(198)", "INFO: GPO not allowed by ILT: GPO A - {A}"),
-         {{at, Targeted::Excluded, filters, {}}},
-         {},
-         {"[] does not match: <F/>"},
-         {}},
-        {"the second of three",
-         excluded,
-         {{at, Targeted::Excluded, filters, {}},
-          {at + excluded.size(), Targeted::Allowed, filters, {}},
-          {at + excluded.size(), Targeted::Allowed, filters, {"ILTTest: let through: FilterX: not known"}}},
-         {"first", "second"},
-         {"[out] does not match: <F/>"},
-         {"[second] FilterX: not known"}},
-        {"the GPO and one policy",
-         noKey,
-         {{at + noKey.size(), Targeted::Allowed, filters, {"ILTTest: let through: FilterX: not known"}}},
-         {"p"},
-         {},
-         {"[] Failed to open reg key [K]. err=2", "[p] FilterX: not known"}},
-        {"a failure in two lines is one",
-         noFolder + noKey,
-         {},
-         {"a", "b"},
-         {},
-         {"[a] Failed to save basic ILT registry policy to C:\\tmp The work folder of item-level targeting "
-          "cannot be used. Error=5",
-          "[b] Failed to open reg key [K]. err=2"}},
-        {"the marker could not be removed",
-         Line("gp_xml_targeting.cpp(180)", "ERROR: Failed to remove reg value [ILTTest]. err=5"),
-         {{at, Targeted::LetThrough, filters, {}}},
-         {"p"},
-         {},
-         {"[p] Failed to remove reg value [ILTTest]. err=5"}},
-        {"no way to tell",
-         noKey,
-         {},
-         {"a", "b"},
-         {},
-         {"[(one of its policies)] Failed to open reg key [K]. err=2"}},
+        {"excluded, with its filters", excluded, oneExcluded, "p", "[out] does not match: <F/>\n", ""},
+        {"nobody saw it but the trace", excluded, none, "", "[out] its targeting does not match\n", ""},
+        {"without a name", "", oneExcluded, "", "[(a policy without a name)] does not match: <F/>\n", ""},
+        {"the GPO itself", notAllowed, oneExcluded, "", "[] does not match: <F/>\n", ""},
+        {"the second of three", excluded, threeOfThree, "fs", "[out] does not match: <F/>\n",
+         "[s] FilterX: not known\n"},
+        {"the GPO and one policy", noKey, secondAllowed, "p", "",
+         "[] Failed to open reg key [K]. err=2\n[p] FilterX: not known\n"},
+        {"a failure in two lines is one", noFolder + noKey, none, "ab", "",
+         "[a] Failed to save basic ILT registry policy to C:\\tmp The work folder of item-level targeting "
+         "cannot be used. Error=5\n[b] Failed to open reg key [K]. err=2\n"},
+        {"the marker could not be removed", stays, letThrough, "p", "",
+         "[p] Failed to remove reg value [ILTTest]. err=5\n"},
+        {"no way to tell", noKey, none, "ab", "",
+         "[(one of its policies)] Failed to open reg key [K]. err=2\n"},
     };
 
     for (const auto& row : rows) {
         std::vector<kx::SentPolicy> policies(1);
         policies[0].gpo = "{a}"; // in another case, and without targeting
-        for (const std::string& name : row.passed)
-            policies.push_back({"{A}", name, {}, {}, 0, "<Policy><ItemLevelTargeting/></Policy>", {}, {}});
+        for (const char name : row.passed)
+            policies.push_back(
+                {"{A}", std::string(1, name), {}, {}, 0, "<Policy><ItemLevelTargeting/></Policy>", {}, {}});
         const kx::GpoInput gpo{"{A}", "GPO A", {}, {}, {}, 1, false, false};
         const auto outcomes =
             kx::GatherOutcomes({gpo, gpo}, {}, kx::DigestTrace(start + row.lines, row.checks), policies);
@@ -228,11 +196,10 @@ TEST(TraceDigest, PutsAPlansLinesDownToTheirGpo)
             Line("rsop_log_generate.cpp(55)", "ERROR: <Policies> element not found") +
             Line("rsop_log.cpp(90)", "ERROR: No \"action\" element in policy. GPO A - {A}"),
         gpos);
-    EXPECT_THAT(Shown(digest.changed.at(1).complaints),
-                ElementsAre("error Policies.xml cannot be read",
-                            "warning Policies.xml <Policies> element not found"));
-    EXPECT_THAT(Shown(digest.changed.at(0).complaints),
-                ElementsAre("warning Policies.xml No \"action\" element in policy"));
+    EXPECT_EQ(Shown(digest.changed.at(1).complaints),
+              "error Policies.xml cannot be read\nwarning Policies.xml <Policies> element not found\n");
+    EXPECT_EQ(Shown(digest.changed.at(0).complaints),
+              "warning Policies.xml No \"action\" element in policy\n");
     EXPECT_EQ(digest.general.size(), 1U);
 }
 
