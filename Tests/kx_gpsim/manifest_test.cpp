@@ -128,6 +128,13 @@ TEST(RunRequest, RefusesWhatDoesNotFit)
 {
     const kx::Manifest manifest = kx::ParseManifest(R"({"gpos": [{"path": "m"}], "scope": "user"})", "m");
 
+    const auto linkBesideManifest = [](RunOptions& o) {
+        o.gpos.clear();
+        o.links = {"DC=d"};
+    };
+    const auto placeTwice = [](RunOptions& o) { o.order = {2, 2}; };
+    const auto linkOfNone = [](RunOptions& o) { o.links = {"3=DC=d"}; };
+
     const struct {
         const char* why;
         void (*set)(RunOptions&);
@@ -136,23 +143,11 @@ TEST(RunRequest, RefusesWhatDoesNotFit)
     } rows[] = {
         {"nothing", [](RunOptions& o) { o.gpos.clear(); }, nullptr, "no GPO is named"},
         {"both", [](RunOptions&) {}, &manifest, "either on the command line or in a manifest"},
-        {"a link beside a manifest",
-         [](RunOptions& o) {
-             o.gpos.clear();
-             o.links = {"DC=d"};
-         },
-         &manifest, "either on the command line"},
-        {"no such place", [](RunOptions& o) { o.links = {"3=DC=d"}; }, nullptr,
-         "--link: there is no GPO number 3"},
-        {"places begin at 1", [](RunOptions& o) { o.forced = {0}; }, nullptr,
-         "--forced: there is no GPO number 0"},
-        {"an order with gaps", [](RunOptions& o) { o.order = {2}; }, nullptr,
-         "--order: it names 1 of 2 GPOs"},
-        {"twice",
-         [](RunOptions& o) {
-             o.order = {2, 2};
-         },
-         nullptr, "--order: 2 stands there twice"},
+        {"a link beside a manifest", linkBesideManifest, &manifest, "either on the command line"},
+        {"no such place", linkOfNone, nullptr, "--link: there is no GPO number 3"},
+        {"places begin at 1", [](RunOptions& o) { o.forced = {0}; }, nullptr, "there is no GPO number 0"},
+        {"gaps", [](RunOptions& o) { o.order = {2}; }, nullptr, "--order: it names 1 of 2 GPOs"},
+        {"twice", placeTwice, nullptr, "--order: 2 stands there twice"},
         {"no flag", [](RunOptions& o) { o.flags = {"FORCED"}; }, nullptr,
          "FORCED is no engine flag; there are"},
         {"half a number", [](RunOptions& o) { o.flags = {"0x"}; }, nullptr, "0x is no engine flag"},
