@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Tests/hostile/hostile_case.h"
-#include "Tests/support/targeting_stand_in.h"
+#include "Tests/support/scripted_targeting.h"
 #include "Tests/support/temp_folder.h"
 #include "Tools/host/agent_listener.h"
 #include "Tools/host/engine_lists.h"
@@ -45,7 +45,7 @@ class HostileStage {
 
     TempFolder _m_folder;
     OutsidePlaces _m_places;
-    TargetingStandIn _m_targeting;
+    ScriptedTargeting _m_targeting;
     CkxRsopStore _m_store;
     CkxExtensionModule _m_extension;
     CkxAgentListener _m_agent;

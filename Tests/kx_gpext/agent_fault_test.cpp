@@ -159,9 +159,8 @@ class Sender {
     explicit Sender(Call call)
         : _m_thread([this, call] {
               (void)::CoInitializeEx(nullptr, COINIT_MULTITHREADED);
-              const DWORD code = call();
+              _m_code = call();
               ::CoUninitialize();
-              _m_code = code;
               _m_done = true;
           })
     {
@@ -196,13 +195,7 @@ class AgentFaults : public RsopFixture {
         _m_large = MakeGpo(kGpoA, std::vector<std::string>(500, "1"));
     }
 
-    DWORD RefreshLarge(DWORD flags)
-    {
-        CkxEngineList changed;
-        changed.Add(_m_large);
-        return _m_extension.ProcessGroupPolicyEx()(flags, _m_token.Get(), nullptr, nullptr, changed.Head(), 0,
-                                                   nullptr, nullptr, _m_services, nullptr);
-    }
+    DWORD RefreshLarge(DWORD flags) const { return RefreshOnly(_m_large, flags); }
 
     void ExpectTheNextRefreshToArrive(const char* why)
     {

@@ -1,5 +1,6 @@
 // Policy sets pushed by a component of the agent: the shipped module's export, called as LocalSystem or not.
 
+#include "Tests/support/failing_import.h"
 #include "Tests/support/refresh_fixture.h"
 #include "Tests/support/xml_meaning.h"
 #include "Tools/host/appended_call.h"
@@ -11,18 +12,6 @@
 namespace {
 
 using testing::HasSubstr;
-
-constexpr const wchar_t* kExtensionKey =
-    L"Software\\Microsoft\\Windows NT\\CurrentVersion\\Winlogon\\GPExtensions\\"
-    L"{5B3E7C21-9D4A-4E86-A1F2-7C09D3B6E54A}";
-
-// An import that fails. It leaves its arguments alone, so that it stands in for any function.
-template <LONG_PTR Result, DWORD Error>
-LONG_PTR WINAPI Fail()
-{
-    ::SetLastError(Error);
-    return Result;
-}
 
 class AppendedUpdate : public RefreshFixture {
   protected:
@@ -97,10 +86,8 @@ TEST_F(AppendedUpdate, SetsArriveInOrderAndAFaultyOneHarmsNoOther)
                         L"' displayName='" + row.displayName + L"'>" + row.content + L"</GPO>";
     }
     const LocalSystemCaller caller(_m_extension.Get());
-    const DWORD on = 1;
-    ::RegSetKeyValueW(HKEY_LOCAL_MACHINE, kExtensionKey, L"KxEnableDump", REG_DWORD, &on, sizeof on);
+    const DumpSwitch dumpSwitch;
     EXPECT_EQ(Push(sets), 0U);
-    ::RegDeleteKeyValueW(HKEY_LOCAL_MACHINE, kExtensionKey, L"KxEnableDump");
     EXPECT_EQ(ReceivedMeaning(), XmlMeaning(expected + L"</ChangedGPOs><DeletedGPOs/></GPUpdate>"));
     for (const auto& row : rows)
         EXPECT_THAT(Trace(), HasSubstr(row.trace)) << row.why;
@@ -128,6 +115,7 @@ TEST_F(AppendedUpdate, ASetThatCannotBeReadEndsIt)
 TEST_F(AppendedUpdate, ARequestIsReadAsItIsLaidOut)
 {
     const kx::AppendedSet set = {nullptr, L"n", L"d"};
+    const auto noToken = reinterpret_cast<HANDLE>(UINT_PTR{0x7770});
 
     const struct {
         const char* why;
@@ -140,10 +128,7 @@ TEST_F(AppendedUpdate, ARequestIsReadAsItIsLaidOut)
         {"reserved bytes only", {nullptr, 0, 0, {1, 2, 3}, nullptr}, 0, false},
         {"fewer than none", {&set, -1, 0, {}, nullptr}, 0, false},
         {"sets announced, none there", {nullptr, 1, 1, {}, nullptr}, ERROR_INVALID_PARAMETER, false},
-        {"no such token",
-         {nullptr, 0, 0, {}, reinterpret_cast<HANDLE>(0x7770)},
-         ERROR_XML_PARSE_ERROR,
-         false},
+        {"no such token", {nullptr, 0, 0, {}, noToken}, ERROR_XML_PARSE_ERROR, false},
     };
 
     const LocalSystemCaller caller(_m_extension.Get());
@@ -167,6 +152,10 @@ TEST_F(AppendedUpdate, ARequestIsReadAsItIsLaidOut)
 TEST_F(AppendedUpdate, WhatFailsGivesItsCodeAndSendsNothing)
 {
     constexpr DWORD error = ERROR_GEN_FAILURE;
+    constexpr DWORD denied = ERROR_ACCESS_DENIED;
+    constexpr DWORD noMemory = ERROR_NOT_ENOUGH_MEMORY;
+    constexpr const char* noToken = "ERROR: Failed to get effective token LastError=31\n";
+    constexpr const char* noUser = "ERROR: Failed to get token user LastError=31\n";
 
     const struct {
         const char* import;
@@ -174,43 +163,36 @@ TEST_F(AppendedUpdate, WhatFailsGivesItsCodeAndSendsNothing)
         DWORD code;
         const char* trace;
     } rows[] = {
-        {"OpenThreadToken", Fail<0, error>, ERROR_ACCESS_DENIED,
-         "ERROR: Failed to get effective token LastError=31\n"},
-        {"OpenProcessToken", Fail<0, error>, ERROR_ACCESS_DENIED,
-         "ERROR: Failed to get effective token LastError=31\n"},
-        {"GetTokenInformation", Fail<0, error>, ERROR_ACCESS_DENIED,
-         "ERROR: Failed to get token user LastError=31\n"},
-        {"IsValidSid", Fail<0, error>, ERROR_ACCESS_DENIED, "ERROR: Failed to get token user LastError=31\n"},
-        {"IsWellKnownSid", Fail<0, error>, ERROR_ACCESS_DENIED,
-         "ERROR: Invalid user S-1-5-18 LastError=31\n"},
+        {"OpenThreadToken", Fail<0, error>, denied, noToken},
+        {"OpenProcessToken", Fail<0, error>, denied, noToken},
+        {"GetTokenInformation", Fail<0, error>, denied, noUser},
+        {"IsValidSid", Fail<0, error>, denied, noUser},
+        {"IsWellKnownSid", Fail<0, error>, denied, "ERROR: Invalid user S-1-5-18 LastError=31\n"},
         {"CoGetClassObject", Fail<REGDB_E_CLASSNOTREG, 0>, ERROR_XML_PARSE_ERROR,
          "ERROR: Failed to initialize CkxGpXml"},
         {"SetThreadToken", Fail<0, error>, ERROR_XML_PARSE_ERROR,
          "ERROR: The policy files are not read without the user's identity. GPO "},
         {"SysAllocString", Fail<0, 0>, ERROR_OUTOFMEMORY, "ERROR: The call ended in an exception. Error=14"},
-        {"ConvertSidToStringSidW", Fail<0, ERROR_NOT_ENOUGH_MEMORY>, ERROR_OUTOFMEMORY,
-         "exception. Error=14"},
+        {"ConvertSidToStringSidW", Fail<0, noMemory>, ERROR_OUTOFMEMORY, "exception. Error=14"},
         {"ConvertSidToStringSidW", Fail<0, error>, ERROR_INTERNAL_ERROR, "exception. Error=1359"},
         {"OpenEventW", Fail<0, ERROR_FILE_NOT_FOUND>, ERROR_NOT_READY,
          "ERROR: Failed to send appended update to the agent. Agent is not ready."},
         {"WaitNamedPipeW", Fail<0, ERROR_SEM_TIMEOUT>, ERROR_WRITE_FAULT,
          "ERROR: Failed to send appended update to the agent.\n"},
-        {"RegQueryValueExW", Fail<ERROR_GEN_FAILURE, 0>, ERROR_SUCCESS,
-         "INFO: GP appended update sent to agent."},
+        {"RegQueryValueExW", Fail<ERROR_GEN_FAILURE, 0>, 0, "INFO: GP appended update sent to agent."},
     };
 
     const std::wstring folder = WriteSet(L"a", L"Policies.xml", "<P version='5'/>");
     const std::wstring display(200, L'd');
     const LocalSystemCaller caller(_m_extension.Get());
     for (const auto& row : rows) {
+        SCOPED_TRACE(row.import);
         const PatchedImport patch(_m_extension.Get(), row.import, reinterpret_cast<void*>(row.replacement));
         const std::string trace = TraceOf([&] {
-            EXPECT_EQ(Push({{folder.c_str(), L"A", display.c_str()}}, _m_token.Get()), row.code)
-                << row.import;
+            EXPECT_EQ(Push({{folder.c_str(), L"A", display.c_str()}}, _m_token.Get()), row.code);
         });
-        EXPECT_THAT(trace, HasSubstr(row.trace)) << row.import;
-        EXPECT_EQ(_m_agent.WaitForMessage(row.code == 0 ? 10000 : 0).has_value(), row.code == 0)
-            << row.import;
+        EXPECT_THAT(trace, HasSubstr(row.trace));
+        EXPECT_EQ(_m_agent.WaitForMessage(row.code == 0 ? 10000 : 0).has_value(), row.code == 0);
     }
     const std::string trace = TraceOf([&] {
         ::SetLastError(74565);

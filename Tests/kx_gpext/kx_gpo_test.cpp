@@ -55,8 +55,10 @@ TEST_F(Gpo, IsDumpedInAFixedLayout)
                       "INFO:      GPOLink     : Unknown\nINFO:      Enabled     : True\n"
                       "INFO:      Force       : False\nINFO:      Precedence  : 0\n"
                       "INFO:      Appended    : True\n");
-    CkxKxGroupPolicyObject().Dump();
+    const CkxKxGroupPolicyObject none;
+    none.Dump();
     EXPECT_EQ(Take(), "INFO:      GPO pointer is NULL\n");
+    EXPECT_TRUE(none.Name().IsEmpty() && none.DisplayName().IsEmpty() && none.Folder().IsEmpty());
 }
 
 TEST_F(Gpo, NamesTheLinkKinds)
@@ -80,14 +82,6 @@ TEST_F(Gpo, FindsItsFilesBelowItsFolder)
                       "INFO:      Migration   : C:\\P\\Migration.xml\n");
     EXPECT_STREQ(CkxKxGroupPolicyObject(&_m_entry).FilePath(kx::PolicyFile::Tokens),
                  L"C:\\P\\{5B3E7C21-9D4A-4E86-A1F2-7C09D3B6E54A}\\Tokens.xml");
-}
-
-TEST_F(Gpo, AMissingEntryAnswersWithNothing)
-{
-    const CkxKxGroupPolicyObject gpo;
-    EXPECT_TRUE(gpo.IsNull());
-    EXPECT_EQ(gpo.Next(), nullptr);
-    EXPECT_TRUE(gpo.Name().IsEmpty() && gpo.DisplayName().IsEmpty() && gpo.Folder().IsEmpty());
 }
 
 TEST_F(Gpo, KeepsTheFileTimeUntilItGetsAnotherEntry)

@@ -11,8 +11,6 @@
 
 #include <atomic>
 #include <malloc.h>
-#include <optional>
-#include <vector>
 
 namespace {
 
@@ -22,9 +20,6 @@ using testing::Not;
 constexpr DWORD kUser = 0;
 constexpr const char* kGoodCommand = "<AgentParameters version='1' setId='{set}' dispatcherUrl='https://d'/>";
 constexpr std::string_view kPassword = "open-sesame-and-more-than-a-short-string-holds";
-constexpr const wchar_t* kExtensionKey =
-    L"Software\\Microsoft\\Windows NT\\CurrentVersion\\Winlogon\\GPExtensions\\"
-    L"{5B3E7C21-9D4A-4E86-A1F2-7C09D3B6E54A}";
 
 class Migration : public RefreshFixture {
   protected:
@@ -135,12 +130,9 @@ TEST_F(Migration, TheFirstCommandEndsThePass)
 
 TEST_F(Migration, NobodySeesThePassword)
 {
-    const DWORD enabled = 1;
-    ::RegSetKeyValueW(HKEY_LOCAL_MACHINE, kExtensionKey, L"KxEnableDump", REG_DWORD, &enabled,
-                      sizeof enabled);
+    const DumpSwitch dumps;
     AddGpo(kGpoA, SecretCommand().c_str());
     EXPECT_EQ(Refresh(kUser), 0U);
-    ::RegDeleteTreeW(HKEY_LOCAL_MACHINE, kExtensionKey);
     EXPECT_THAT(ReceivedMeaning(), HasSubstr("proxyPassword=\"" + std::string(kPassword) + "\""));
     const std::string dump = DumpedDocument();
     EXPECT_EQ(XmlMeaning(std::wstring(dump.begin(), dump.end())),

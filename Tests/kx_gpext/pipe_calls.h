@@ -1,8 +1,15 @@
 // What the pipe client asks of the system, step by step; any step can be made to fail.
 #pragma once
 
+#include "Common_CPP/util/last_error.h"
+#include "Common_CPP/util/unique_handle.h"
 #include "Tools/host/patched_import.h"
 
+#include <sddl.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cwchar>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -14,7 +21,20 @@
 /// time. Steps are those of the thread that made it; handles are counted for all.
 class PipeCalls {
   public:
-    PipeCalls();
+    PipeCalls()
+    {
+        s_self = this;
+        _Watch("CreateMutexW", &_CreateMutex, _m_real.createMutex);
+        _Watch("OpenEventW", &_OpenEvent, _m_real.openEvent);
+        _Watch("WaitForSingleObjectEx", &_Wait, _m_real.wait);
+        _Watch("WaitNamedPipeW", &_WaitNamedPipe, _m_real.waitNamedPipe);
+        _Watch("GetKernelObjectSecurity", &_GetSecurity, _m_real.getSecurity);
+        _Watch("SetEvent", &_SetEvent, _m_real.setEvent);
+        _Watch("WriteFile", &_WriteFile, _m_real.writeFile);
+        _Watch("ReleaseMutex", &_ReleaseMutex, _m_real.releaseMutex);
+        _Watch("CreateFileW", &_CreateFile, _m_real.createFile);
+        _Watch("CloseHandle", &_CloseHandle, _m_real.closeHandle);
+    }
 
     ~PipeCalls()
     {
@@ -44,25 +64,132 @@ class PipeCalls {
     }
 
     /// The mutexes, events and files opened since the beginning and not closed.
-    [[nodiscard]] std::size_t OpenHandles();
+    [[nodiscard]] std::size_t OpenHandles()
+    {
+        const std::lock_guard<std::mutex> turn(_m_lock);
+        return _m_open.size();
+    }
 
     /// Where the bytes of the last write stood.
     [[nodiscard]] const void* LastWritten() const { return _m_lastWritten; }
 
   private:
-    static HANDLE WINAPI _CreateMutex(LPSECURITY_ATTRIBUTES security, BOOL owned, LPCWSTR name);
-    static HANDLE WINAPI _OpenEvent(DWORD access, BOOL inherit, LPCWSTR name);
-    static DWORD WINAPI _Wait(HANDLE object, DWORD milliseconds, BOOL alertable);
-    static BOOL WINAPI _WaitNamedPipe(LPCWSTR name, DWORD milliseconds);
+    // For the client's 10 seconds: only what it makes of the end matters.
+    static constexpr DWORD c_shortWaitMs = 50;
+
+    // What cleaning up leaves as the last error, so that a caller shows who does not keep the one before.
+    static constexpr DWORD c_cleanUpError = 0x12345678;
+
+    template <class... Numbers>
+    static std::string _StepText(const char* format, Numbers... numbers)
+    {
+        char text[64];
+        std::snprintf(text, sizeof text, format, numbers...);
+        return text;
+    }
+
+    static HANDLE WINAPI _CreateMutex(LPSECURITY_ATTRIBUTES security, BOOL owned, LPCWSTR name)
+    {
+        if (!s_self->_Step(_StepText("mutex(%d,%d)", security != nullptr, owned)))
+            return nullptr;
+        return s_self->_Opened(s_self->_m_real.createMutex(security, owned, name), "mutex");
+    }
+
+    static HANDLE WINAPI _OpenEvent(DWORD access, BOOL inherit, LPCWSTR name)
+    {
+        if (!s_self->_Step(_StepText("event(%lx,%d)", access, inherit)))
+            return nullptr;
+        return s_self->_Opened(s_self->_m_real.openEvent(access, inherit, name), "event");
+    }
+
+    static DWORD WINAPI _Wait(HANDLE object, DWORD milliseconds, BOOL alertable)
+    {
+        if (object == nullptr || s_self->_Names(object, "mutex"))
+            (void)s_self->_Step(
+                _StepText("%s(%lx,%d)", object ? "turn" : "no-turn", milliseconds, alertable));
+        return s_self->_m_real.wait(object, milliseconds, alertable);
+    }
+
+    static BOOL WINAPI _WaitNamedPipe(LPCWSTR name, DWORD milliseconds)
+    {
+        return s_self->_Step(_StepText("instance(%lu)", milliseconds)) &&
+               s_self->_m_real.waitNamedPipe(name, std::min(milliseconds, c_shortWaitMs));
+    }
+
     static HANDLE WINAPI _CreateFile(LPCWSTR name, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES security,
-                                     DWORD disposition, DWORD flags, HANDLE model);
+                                     DWORD disposition, DWORD flags, HANDLE model)
+    {
+        const bool pipe = std::wcsncmp(name, L"\\\\.\\pipe\\", 9) == 0;
+        if (pipe && !s_self->_Step(_StepText("open(%lx,%lx,%d,%lx,%lx,%d)", access, share,
+                                             security != nullptr, disposition, flags, model != nullptr)))
+            return INVALID_HANDLE_VALUE;
+        return s_self->_Opened(
+            s_self->_m_real.createFile(name, access, share, security, disposition, flags, model),
+            pipe ? "pipe" : "");
+    }
+
     static BOOL WINAPI _GetSecurity(HANDLE object, SECURITY_INFORMATION what, PSECURITY_DESCRIPTOR descriptor,
-                                    DWORD size, LPDWORD needed);
-    static BOOL WINAPI _SetEvent(HANDLE event);
-    static BOOL WINAPI _WriteFile(HANDLE file, LPCVOID bytes, DWORD size, LPDWORD written,
-                                  LPOVERLAPPED state);
-    static BOOL WINAPI _ReleaseMutex(HANDLE mutex);
-    static BOOL WINAPI _CloseHandle(HANDLE object);
+                                    DWORD size, LPDWORD needed)
+    {
+        if (!s_self->_Step("owner"))
+            return FALSE;
+        if (!s_self->_m_pretending)
+            return s_self->_m_real.getSecurity(object, what, descriptor, size, needed);
+        CkxLocalMemory<void> pretended;
+        if (!::ConvertStringSecurityDescriptorToSecurityDescriptorW(s_self->_m_owner.c_str(), SDDL_REVISION_1,
+                                                                    pretended.Put(), needed) ||
+            *needed > size || s_self->_m_owner.empty()) {
+            ::SetLastError(ERROR_ACCESS_DENIED);
+            return FALSE;
+        }
+        std::copy_n(static_cast<const BYTE*>(pretended.Get()), *needed, static_cast<BYTE*>(descriptor));
+        return TRUE;
+    }
+
+    static BOOL WINAPI _SetEvent(HANDLE event)
+    {
+        if (!s_self->_Names(event, "event")) // of some other part of the program
+            return s_self->_m_real.setEvent(event);
+        return s_self->_Step("announce") && s_self->_m_real.setEvent(event);
+    }
+
+    static BOOL WINAPI _WriteFile(HANDLE file, LPCVOID bytes, DWORD size, LPDWORD written, LPOVERLAPPED state)
+    {
+        if (!s_self->_Names(file, "pipe"))
+            return s_self->_m_real.writeFile(file, bytes, size, written, state);
+        s_self->_m_lastWritten = bytes;
+        if (s_self->_Step(_StepText(state ? "write(%lu,overlapped)" : "write(%lu)", size)))
+            return s_self->_m_real.writeFile(file, bytes, size, written, state);
+        if (s_self->_m_error != 0)
+            return FALSE;
+        *written = size / 2;
+        return TRUE;
+    }
+
+    static BOOL WINAPI _ReleaseMutex(HANDLE mutex)
+    {
+        (void)s_self->_Step("release");
+        const BOOL released = s_self->_m_real.releaseMutex(mutex);
+        ::SetLastError(c_cleanUpError);
+        return released;
+    }
+
+    static BOOL WINAPI _CloseHandle(HANDLE object)
+    {
+        std::string name;
+        {
+            const std::lock_guard<std::mutex> turn(s_self->_m_lock);
+            if (const auto found = s_self->_m_open.find(object); found != s_self->_m_open.end()) {
+                name = found->second;
+                s_self->_m_open.erase(found);
+            }
+        }
+        if (!name.empty())
+            (void)s_self->_Step("close-" + name);
+        const BOOL closed = s_self->_m_real.closeHandle(object);
+        ::SetLastError(c_cleanUpError);
+        return closed;
+    }
 
     template <class Function>
     void _Watch(const char* name, Function replacement, Function& real)
@@ -72,10 +199,34 @@ class PipeCalls {
     }
 
     /// Notes a step; false, with the last error set, when it is to fail.
-    bool _Step(const std::string& step);
+    bool _Step(const std::string& step)
+    {
+        if (::GetCurrentThreadId() != _m_thread)
+            return true;
+        _m_steps += step + ' ';
+        if (step != _m_failing)
+            return true;
+        _m_failing.clear();
+        ::SetLastError(_m_error);
+        return false;
+    }
+
     /// Notes an object that was opened; `name` is empty where closing it is no step.
-    HANDLE _Opened(HANDLE object, const char* name);
-    bool _Names(HANDLE object, const char* name);
+    HANDLE _Opened(HANDLE object, const char* name)
+    {
+        const CkxLastErrorKeeper keeper;
+        const std::lock_guard<std::mutex> turn(_m_lock);
+        if (object != nullptr && object != INVALID_HANDLE_VALUE)
+            _m_open[object] = name;
+        return object;
+    }
+
+    bool _Names(HANDLE object, const char* name)
+    {
+        const std::lock_guard<std::mutex> turn(_m_lock);
+        const auto found = _m_open.find(object);
+        return found != _m_open.end() && found->second == name;
+    }
 
     static inline PipeCalls* s_self = nullptr;
 

@@ -3,18 +3,15 @@
 
 #include "Tests/support/folder_link.h"
 #include "Tests/support/refresh_fixture.h"
-#include "Tests/support/targeting_stand_in.h"
+#include "Tests/support/scripted_targeting.h"
 #include "Tools/host/patched_import.h"
 
 #include <gmock/gmock.h>
 
 #include <psapi.h>
 
-#include <cstring>
 #include <filesystem>
 #include <functional>
-#include <optional>
-#include <thread>
 
 namespace {
 
@@ -22,38 +19,33 @@ using testing::HasSubstr;
 using testing::Not;
 
 constexpr DWORD kUser = 0;
-constexpr const wchar_t* kMutexName = L"Global\\KxGpPipeInUseMutex";
-constexpr const wchar_t* kExtensionKey =
-    L"Software\\Microsoft\\Windows NT\\CurrentVersion\\Winlogon\\GPExtensions\\"
-    L"{5B3E7C21-9D4A-4E86-A1F2-7C09D3B6E54A}";
 
-// The time of every dump, and so its name.
-constexpr ULONGLONG kDumpTime = 133000000000000000;
-bool g_clockStands = false;
-decltype(&::GetSystemTimeAsFileTime) g_clock = nullptr;
+// While it lives, every dump has the same time, and so the same name.
+class StandingClock {
+  public:
+    explicit StandingClock(HMODULE module)
+        : _m_clock(module, "GetSystemTimeAsFileTime", reinterpret_cast<void*>(&_Now))
+    {
+    }
 
-void WINAPI StandingClock(FILETIME* now)
-{
-    g_clock(now);
-    if (g_clockStands)
-        *now = {static_cast<DWORD>(kDumpTime), static_cast<DWORD>(kDumpTime >> 32)};
-}
+    static constexpr ULONGLONG c_time = 133000000000000000;
+
+  private:
+    static void WINAPI _Now(FILETIME* now)
+    {
+        *now = {static_cast<DWORD>(c_time), static_cast<DWORD>(c_time >> 32)};
+    }
+
+    PatchedImport _m_clock;
+};
 
 class PlantedFiles : public RefreshFixture {
   protected:
     void SetUp() override
     {
         RefreshFixture::SetUp();
-        const DWORD on = 1;
-        ::RegSetKeyValueW(HKEY_LOCAL_MACHINE, kExtensionKey, L"KxEnableDump", REG_DWORD, &on, sizeof on);
         _m_precious = _m_folder.Write(L"elsewhere\\precious", "precious");
         _m_gpo = MakeGpo(kGpoA, {"7"});
-    }
-
-    void TearDown() override
-    {
-        ::RegDeleteTreeW(HKEY_LOCAL_MACHINE, kExtensionKey);
-        RefreshFixture::TearDown();
     }
 
     void Unload() { _m_extension = {}; }
@@ -66,6 +58,14 @@ class PlantedFiles : public RefreshFixture {
         const std::wstring link = _m_folder / name;
         std::filesystem::create_directories(std::filesystem::path(link).parent_path());
         ASSERT_TRUE(::CreateHardLinkW(link.c_str(), _m_precious.c_str(), nullptr)) << ::GetLastError();
+    }
+
+    /// Gives the policy an item-level targeting that matches.
+    void TargetThePolicy() const
+    {
+        WritePolicyFile(kGpoA, L"Policies.xml",
+                        "<GpoPolicies version='5'><Policy name='p' order='7'><ItemLevelTargeting "
+                        "answer='match'/></Policy></GpoPolicies>");
     }
 
     /// A refresh delivers as if nothing was planted.
@@ -85,6 +85,7 @@ class PlantedFiles : public RefreshFixture {
         return count;
     }
 
+    const DumpSwitch _m_dumps;
     std::wstring _m_precious;
     CkxListedGpo _m_gpo;
 };
@@ -97,16 +98,19 @@ std::wstring DumpName()
     wchar_t machine[256] = L"";
     size = ARRAYSIZE(machine);
     ::GetComputerNameW(machine, &size);
-    return L"GP " + std::to_wstring(kDumpTime) + L" " + machine + L"_" + user + L".xml";
+    return L"Trace\\GP " + std::to_wstring(StandingClock::c_time) + L" " + machine + L"_" + user + L".xml";
 }
 
 // Everybody may create files in the trace folder; the targeting's folder is the service's, but was somebody
 // else there first?
 TEST_F(PlantedFiles, NothingIsWrittenThroughAPlantedName)
 {
-    const auto link = [this](const wchar_t* name) { return [this, name] { PlantLink(name); }; };
-    const auto folder = [this](const wchar_t* name) {
-        return [this, name] { std::filesystem::create_directories(_m_folder / name); };
+    const auto link = [this](const std::wstring& name) { return [this, name] { PlantLink(name); }; };
+    const auto folder = [this](const std::wstring& name) {
+        return [this, name] { std::filesystem::create_directories(_m_folder / (name + L"\\x")); };
+    };
+    const auto file = [this](const wchar_t* name) {
+        return [this, name] { _m_folder.Write(name, "planted"); };
     };
 
     const struct {
@@ -114,22 +118,19 @@ TEST_F(PlantedFiles, NothingIsWrittenThroughAPlantedName)
         std::function<void()> plant;
     } rows[] = {
         {"the trace file is another name of a file", link(L"Trace\\kx_gpext.trace")},
-        {"the trace file is a folder", folder(L"Trace\\kx_gpext.trace\\x")},
+        {"the trace file is a folder", folder(L"Trace\\kx_gpext.trace")},
         {"the rotated file is another name of a file", link(L"Trace\\kx_gpext.trace.1")},
-        {"the rotated file is a folder", folder(L"Trace\\kx_gpext.trace.1\\x")},
-        {"the dump is another name of a file", [this] { PlantLink(L"Trace\\" + DumpName()); }},
-        {"the dump is a folder",
-         [this] { std::filesystem::create_directories(_m_folder / (L"Trace\\" + DumpName())); }},
-        {"the trace folder is a file", [this] { _m_folder.Write(L"Trace", "planted"); }},
+        {"the rotated file is a folder", folder(L"Trace\\kx_gpext.trace.1")},
+        {"the dump is another name of a file", link(DumpName())},
+        {"the dump is a folder", folder(DumpName())},
+        {"the trace folder is a file", file(L"Trace")},
         {"the targeting's settings are another name of a file",
          link(L"tmp\\Preferences\\Registry\\Registry.xml")},
-        {"the targeting's folder is a file", [this] { _m_folder.Write(L"tmp", "planted"); }},
+        {"the targeting's folder is a file", file(L"tmp")},
     };
 
-    const TargetingStandIn targeting;
-    _m_gpo.folder = WritePolicyFile(kGpoA, L"Policies.xml",
-                                    "<GpoPolicies version='5'><Policy name='p' order='7'><ItemLevelTargeting "
-                                    "answer='match'/></Policy></GpoPolicies>");
+    const ScriptedTargeting targeting;
+    TargetThePolicy();
     _m_folder.Write(L"kx_gpext.cfg", "rotation@1@500\n");
     for (const auto& row : rows) {
         Unload();
@@ -137,130 +138,37 @@ TEST_F(PlantedFiles, NothingIsWrittenThroughAPlantedName)
         std::filesystem::remove_all(_m_folder / L"tmp");
         row.plant();
         Load();
-        const PatchedImport clock(_m_extension.Get(), "GetSystemTimeAsFileTime",
-                                  reinterpret_cast<void*>(&StandingClock));
-        g_clock = clock.Original<decltype(g_clock)>();
-        g_clockStands = true;
+        const StandingClock clock(_m_extension.Get());
         ExpectDelivery(row.why);
-        g_clockStands = false;
         EXPECT_EQ(ReadBytes(_m_precious), "precious") << row.why;
     }
 }
 
 TEST_F(PlantedFiles, ADumpIsWrittenWhereNothingIsPlanted)
 {
-    const PatchedImport clock(_m_extension.Get(), "GetSystemTimeAsFileTime",
-                              reinterpret_cast<void*>(&StandingClock));
-    g_clock = clock.Original<decltype(g_clock)>();
-    g_clockStands = true;
+    const StandingClock clock(_m_extension.Get());
     ExpectDelivery("nothing planted");
-    g_clockStands = false;
-    EXPECT_THAT(ReadBytes(_m_folder / (L"Trace\\" + DumpName())), HasSubstr("order=\"7\""))
+    EXPECT_THAT(ReadBytes(_m_folder / DumpName()), HasSubstr("order=\"7\""))
         << "the name that the other test plants";
 }
 
-TEST_F(PlantedFiles, ATraceFolderThatLeadsElsewhereIsNotUsed)
+TEST_F(PlantedFiles, ATraceFolderThatLeadsElsewhereTakesNothing)
 {
-    Unload();
-    std::filesystem::remove_all(_m_folder / L"Trace");
-    const FolderLink link(_m_folder / L"Trace", _m_folder / L"elsewhere");
-    Load();
-    ExpectDelivery("a link");
-    EXPECT_EQ(FilesElsewhere(), 1U) << "the precious one";
-}
-
-TEST_F(PlantedFiles, ATraceFolderThatBecomesALinkTakesNoDump)
-{
-    Unload();
-    std::filesystem::remove_all(_m_folder / L"Trace");
-    _m_folder.Write(L"Trace", ""); // so that no trace file is open in it
-    Load();
-    std::filesystem::remove(_m_folder / L"Trace");
-    const FolderLink link(_m_folder / L"Trace", _m_folder / L"elsewhere");
-    ExpectDelivery("a link");
-    EXPECT_EQ(FilesElsewhere(), 1U) << "the precious one";
-}
-
-// ---- names of the channel -----------------------------------------------------------------------------
-
-// Whose the objects are, as the system tells the module.
-DWORD g_strangersType = FILE_TYPE_UNKNOWN;
-decltype(&::GetKernelObjectSecurity) g_security = nullptr;
-
-// With the object's real owner replaced by an ordinary user's identifier.
-BOOL WINAPI OwnedByAStranger(HANDLE object, SECURITY_INFORMATION what, PSECURITY_DESCRIPTOR descriptor,
-                             DWORD size, DWORD* needed)
-{
-    if (::GetFileType(object) != g_strangersType)
-        return g_security(object, what, descriptor, size, needed);
-    constexpr DWORD ofTheDomain[] = {SECURITY_NT_NON_UNIQUE, 1, 2, 3, 1001};
-
-    struct {
-        SECURITY_DESCRIPTOR_RELATIVE head;
-        BYTE owner[SECURITY_MAX_SID_SIZE];
-    } told{};
-
-    told.head.Revision = SECURITY_DESCRIPTOR_REVISION;
-    told.head.Control = SE_SELF_RELATIVE;
-    told.head.Owner = sizeof told.head;
-    SID_IDENTIFIER_AUTHORITY authority = {SECURITY_NT_AUTHORITY};
-    ::InitializeSid(told.owner, &authority, ARRAYSIZE(ofTheDomain));
-    for (DWORD i = 0; i < ARRAYSIZE(ofTheDomain); ++i)
-        *::GetSidSubAuthority(told.owner, i) = ofTheDomain[i];
-    *needed = sizeof told;
-    if (size < sizeof told)
-        return FALSE;
-    std::memcpy(descriptor, &told, sizeof told);
-    return TRUE;
-}
-
-class PlantedNames : public PlantedFiles {
-  protected:
-    void SetUp() override
-    {
-        PlantedFiles::SetUp();
-        _m_patch.emplace(_m_extension.Get(), "GetKernelObjectSecurity",
-                         reinterpret_cast<void*>(&OwnedByAStranger));
-        g_security = _m_patch->Original<decltype(g_security)>();
+    for (const bool onlyOnceLoaded : {false, true}) {
+        Unload();
+        std::filesystem::remove_all(_m_folder / L"Trace");
+        if (onlyOnceLoaded) {
+            _m_folder.Write(L"Trace", ""); // so that no trace file is open in it
+            Load();
+            std::filesystem::remove(_m_folder / L"Trace");
+        }
+        const FolderLink link(_m_folder / L"Trace", _m_folder / L"elsewhere");
+        if (!onlyOnceLoaded)
+            Load();
+        ExpectDelivery("a link");
+        EXPECT_EQ(FilesElsewhere(), 1U) << "the precious one";
+        Unload();
     }
-
-    void TearDown() override
-    {
-        _m_patch.reset();
-        PlantedFiles::TearDown();
-    }
-
-    std::optional<PatchedImport> _m_patch;
-};
-
-TEST_F(PlantedNames, AStrangersPipeIsSentNothing)
-{
-    g_strangersType = FILE_TYPE_PIPE;
-    _m_changed.Add(_m_gpo);
-    EXPECT_EQ(Refresh(kUser), static_cast<DWORD>(ERROR_OVERRIDE_NOCHANGES));
-    const auto received = _m_agent.WaitForMessage(10000);
-    ASSERT_TRUE(received);
-    EXPECT_EQ(received->size(), 0U);
-    EXPECT_FALSE(_m_agent.TakeAnnouncement());
-    EXPECT_THAT(Trace(), HasSubstr("ERROR: The update pipe belongs to S-1-5-21-1-2-3-1001"));
-}
-
-TEST_F(PlantedNames, AStrangersMutexThatIsNeverGivenBackStopsNobody)
-{
-    const CkxHandle mutex(::CreateMutexW(nullptr, FALSE, kMutexName));
-    const CkxHandle done(::CreateEventW(nullptr, TRUE, FALSE, nullptr));
-    const CkxHandle held(::CreateEventW(nullptr, TRUE, FALSE, nullptr));
-    std::thread squatter([&] {
-        ::WaitForSingleObject(mutex.Get(), INFINITE);
-        ::SetEvent(held.Get());
-        ::WaitForSingleObject(done.Get(), INFINITE);
-    });
-    ::WaitForSingleObject(held.Get(), INFINITE);
-    g_strangersType = FILE_TYPE_UNKNOWN; // neither file nor pipe
-    ExpectDelivery("squatted");
-    EXPECT_THAT(Trace(), HasSubstr("ERROR: The mutex KxGpPipeInUseMutex belongs to S-1-5-21-1-2-3-1001"));
-    ::SetEvent(done.Get());
-    squatter.join();
 }
 
 // ---- the user's drive letters -------------------------------------------------------------------------
@@ -360,18 +268,19 @@ std::vector<std::wstring> LoadedModules()
 TEST_F(PlantedFiles, NothingIsTakenFromTheCurrentOrTheTemporaryFolder)
 {
     const std::wstring planted = _m_folder / L"planted";
-    const TargetingStandIn targeting;
-    for (const wchar_t* const name :
-         {L"advapi32.dll",       L"kernel32.dll",        L"kernelbase.dll",
-          L"ktmw32.dll",         L"msvcrt.dll",          L"msxml3.dll",
-          L"msxml3r.dll",        L"ntdll.dll",           L"ole32.dll",
-          L"oleaut32.dll",       L"rpcss.dll",           L"userenv.dll",
-          L"wbemprox.dll",       L"wbemcomn.dll",        L"cryptbase.dll",
-          L"version.dll",        L"libwinpthread-1.dll", L"libstdc++-6.dll",
-          L"libgcc_s_seh-1.dll", L"kx_gpext.dll",        L"kx_targeting_stand_in.dll",
-          L"gpprefcl.dll"}) {
+    const ScriptedTargeting targeting;
+    const wchar_t* const modules[] = {
+        L"advapi32.dll",       L"kernel32.dll",        L"kernelbase.dll",
+        L"ktmw32.dll",         L"msvcrt.dll",          L"msxml3.dll",
+        L"msxml3r.dll",        L"ntdll.dll",           L"ole32.dll",
+        L"oleaut32.dll",       L"rpcss.dll",           L"userenv.dll",
+        L"wbemprox.dll",       L"wbemcomn.dll",        L"cryptbase.dll",
+        L"version.dll",        L"libwinpthread-1.dll", L"libstdc++-6.dll",
+        L"libgcc_s_seh-1.dll", L"kx_gpext.dll",        L"kx_scripted_targeting.dll",
+        L"gpprefcl.dll"};
+    for (const wchar_t* const name : modules) {
         _m_folder.Write(std::wstring(L"planted\\") + name, "");
-        ASSERT_TRUE(::CopyFileW(KX_TARGETING_STAND_IN, (planted + L"\\" + name).c_str(), FALSE));
+        ASSERT_TRUE(::CopyFileW(KX_SCRIPTED_TARGETING, (planted + L"\\" + name).c_str(), FALSE));
     }
     for (const wchar_t* const name : {L"kx_gpext.cfg", L"dlib.cfg"})
         _m_folder.Write(std::wstring(L"planted\\") + name, "prefix@file@@all@planted\n");
@@ -389,9 +298,7 @@ TEST_F(PlantedFiles, NothingIsTakenFromTheCurrentOrTheTemporaryFolder)
     for (const wchar_t* const variable : {L"TEMP", L"TMP"})
         ::SetEnvironmentVariableW(variable, planted.c_str());
     Load();
-    _m_gpo.folder = WritePolicyFile(kGpoA, L"Policies.xml",
-                                    "<GpoPolicies version='5'><Policy name='p' order='7'><ItemLevelTargeting "
-                                    "answer='match'/></Policy></GpoPolicies>");
+    TargetThePolicy();
     ExpectDelivery("planted folder");
     CkxListedGpo homeless = _m_gpo;
     homeless.folder.clear();
@@ -408,7 +315,7 @@ TEST_F(PlantedFiles, NothingIsTakenFromTheCurrentOrTheTemporaryFolder)
     std::size_t files = 0;
     for (const auto& entry : std::filesystem::recursive_directory_iterator(planted))
         files += entry.is_regular_file();
-    EXPECT_EQ(files, 22U + 2U + 5U) << "nothing was added";
+    EXPECT_EQ(files, std::size(modules) + 2 + 5) << "nothing was added";
 }
 
 } // namespace

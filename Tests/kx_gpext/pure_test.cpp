@@ -3,15 +3,13 @@
 #include "Agent/engine/kx_gpext/gp_flags_text.h"
 #include "Agent/engine/kx_gpext/gpo_index.h"
 #include "Agent/engine/kx_gpext/pipe_message.h"
-#include "Agent/engine/kx_gpext/policy_files.h"
 #include "Agent/engine/kx_gpext/policy_order.h"
-#include "Agent/engine/kx_gpext/targeting_settings.h"
 #include "Agent/engine/kx_gpext/targeting_verdict.h"
 #include "Tools/host/update_message.h"
 
 #include <gtest/gtest.h>
 
-#include <array>
+#include <vector>
 
 namespace {
 
@@ -47,14 +45,6 @@ TEST(Targeting, ExcludesOnlyWhereTheMarkerIsClearlyMissing)
         EXPECT_EQ(kx::TargetingVerdictOf(error), Verdict::LetThrough) << error;
 }
 
-TEST(Targeting, SettingsTakeTheElementAsItIs)
-{
-    const std::wstring settings = kx::TargetingSettings(L"<ItemLevelTargeting n=\"%s 100%\"/>");
-    EXPECT_NE(settings.find(L" key=\"software\\korvex\\agent\\temp\" name=\"ILTTest\" type=\"REG_SZ\" "
-                            L"value=\"ILTTest\" /><ItemLevelTargeting n=\"%s 100%\"/></Registry>"),
-              std::wstring::npos);
-}
-
 TEST(PipeMessage, CountsBytesWithTheTerminator)
 {
     EXPECT_EQ(kx::PipePayloadSize(0), 2U);
@@ -85,13 +75,6 @@ TEST(UpdateMessage, IsTakenWholeOrNotAtAll)
     };
     for (const Bytes& message : refused)
         EXPECT_EQ(kx::DecodeUpdateMessage(message), std::nullopt) << message.size();
-}
-
-TEST(PolicyFiles, StandInTheExtensionsFolderUnlessAppended)
-{
-    EXPECT_EQ(kx::PolicyFilePath(L"C:\\P", true, kx::PolicyFile::Tokens), L"C:\\P\\Tokens.xml");
-    EXPECT_EQ(kx::PolicyFilePath(L"\\\\dc\\sysvol\\100%25", false, kx::PolicyFile::Gui),
-              L"\\\\dc\\sysvol\\100%25\\{5B3E7C21-9D4A-4E86-A1F2-7C09D3B6E54A}\\GUI.xml");
 }
 
 TEST(GpFlagsText, NamesKnownBitsAndNumbersTheRest)

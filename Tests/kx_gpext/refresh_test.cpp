@@ -1,13 +1,12 @@
 // Whole refreshes from outside: the shipped module, a real pipe, documents compared by meaning.
 
-#include "Tests/support/handle_count.h"
 #include "Tests/support/refresh_fixture.h"
 #include "Tests/support/xml_meaning.h"
 
 #include <gmock/gmock.h>
 
 #include <regex>
-#include <thread>
+#include <utility>
 
 namespace {
 
@@ -172,34 +171,29 @@ TEST_F(WholeRefresh, AFaultyGpoHarmsNoOther)
         const wchar_t* file;
         const char* text;
         const char* trace;
-        bool emptyGpo; // keeps an element without content
     } rows[] = {
         {"not well-formed", L"Policies.xml", "<GpoPolicies version='5'><Policy>",
-         "ERROR: Failed to load XML from file [", true},
-        {"empty file", L"Tokens.xml", "", "ERROR: Failed to load XML from file [", true},
+         "ERROR: Failed to load XML from file ["},
+        {"empty file", L"Tokens.xml", "", "ERROR: Failed to load XML from file ["},
         {"wrong version", L"Policies.xml", "<GpoPolicies version='4'><Policy order='1'/></GpoPolicies>",
-         "ERROR: Unsupported version found in XML. Versions: 4, 5, 5, 5. GPO GPO B - {", true},
-        {"wrong version of another file", L"GUI.xml", "<GUI version='6'/>", "Versions: 5, 5, 5, 6. GPO GPO B",
-         true},
-        {"wrong version of the groups", L"ApplicationGroups.xml", "<ApplicationGroups version='6'/>",
-         "Versions: 5, 6, 5, 5. GPO GPO B", true},
-        {"wrong version of a third file", L"Tokens.xml", "<Tokens version='4'/>",
-         "Versions: 5, 5, 4, 5. GPO GPO B", true},
+         "ERROR: Unsupported version found in XML. Versions: 4, 5, 5, 5. GPO GPO B - {"},
+        {"of another file", L"GUI.xml", "<GUI version='6'/>", "Versions: 5, 5, 5, 6. GPO GPO B"},
+        {"of the groups", L"ApplicationGroups.xml", "<A version='6'/>", "Versions: 5, 6, 5, 5. GPO GPO B"},
+        {"of a third file", L"Tokens.xml", "<Tokens version='4'/>", "Versions: 5, 5, 4, 5. GPO GPO B"},
         {"no version", L"ApplicationGroups.xml", "<ApplicationGroups/>",
-         "ERROR: Failed to get version attribute from root element <ApplicationGroups>. Path=[", true},
-        {"version with letters", L"GUI.xml", "<GUI version='5a'/>", "root element <GUI>. Path=[", true},
+         "ERROR: Failed to get version attribute from root element <ApplicationGroups>. Path=["},
+        {"version with letters", L"GUI.xml", "<GUI version='5a'/>", "root element <GUI>. Path=["},
         {"document type declaration", L"GUI.xml",
          "<!DOCTYPE GUI [<!ENTITY e 'x'>]><GUI version='5'>&e;</GUI>",
-         "a document type declaration is not allowed", true},
+         "a document type declaration is not allowed"},
         {"outside entity", L"GUI.xml", "<!DOCTYPE GUI SYSTEM 'file:///c:/windows/win.ini'><GUI version='5'/>",
-         "a document type declaration is not allowed", true},
+         "a document type declaration is not allowed"},
     };
 
     for (const auto& row : rows) {
         _m_changed.Add(MakeGpo(kGpoA, {"1"}));
         CkxListedGpo faulty = MakeGpo(kGpoB, {"1"});
-        const std::wstring path = WritePolicyFile(kGpoB, row.file, row.text) + L"\\" +
-                                  L"{5B3E7C21-9D4A-4E86-A1F2-7C09D3B6E54A}\\" + row.file;
+        const std::wstring path = WritePolicyFile(kGpoB, row.file, row.text) + kInExtensionFolder + row.file;
         _m_changed.Add(faulty);
         _m_changed.Add(MakeGpo(kGpoC, {"1"}));
         EXPECT_EQ(Refresh(kUser), 0U) << row.why;
@@ -209,21 +203,28 @@ TEST_F(WholeRefresh, AFaultyGpoHarmsNoOther)
     }
 }
 
-TEST_F(WholeRefresh, AFolderInPlaceOfAFileIsAFailedLoad)
+TEST_F(WholeRefresh, AFileThatCannotBeReadIsAFailedLoad)
 {
-    CkxListedGpo gpo = MakeGpo(kGpoA, {"1"});
-    const std::wstring tokens = gpo.folder + L"\\{5B3E7C21-9D4A-4E86-A1F2-7C09D3B6E54A}\\Tokens.xml";
+    const CkxListedGpo folderInPlace = MakeGpo(kGpoA, {"1"});
+    const std::wstring tokens = folderInPlace.folder + kInExtensionFolder + L"Tokens.xml";
     ASSERT_TRUE(::CreateDirectoryW(tokens.c_str(), nullptr));
-    _m_changed.Add(gpo);
+    const CkxListedGpo held = MakeGpo(kGpoB, {"1"});
+    const std::wstring policies = held.folder + kInExtensionFolder + L"Policies.xml";
+    const CkxFileHandle holder(
+        ::CreateFileW(policies.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr));
+    ASSERT_TRUE(holder);
+    _m_changed.Add(folderInPlace);
+    _m_changed.Add(held);
     EXPECT_EQ(Refresh(kUser), 0U);
     EXPECT_EQ(ReceivedOrders(), "");
-    EXPECT_THAT(Trace(), HasSubstr("ERROR: Failed to load the policy files of GPO GPO A - "));
+    for (const char* const gpo : {"GPO A", "GPO B"})
+        EXPECT_THAT(Trace(), HasSubstr(std::string("ERROR: Failed to load the policy files of GPO ") + gpo));
 }
 
 // What is unusual about a GPO's files and names, and harms nothing.
 TEST_F(WholeRefresh, OddFilesAndNamesArriveAsTheyAre)
 {
-    const std::wstring inside = L"\\{5B3E7C21-9D4A-4E86-A1F2-7C09D3B6E54A}\\";
+    const std::wstring inside = kInExtensionFolder;
     CkxListedGpo lowerCase = MakeGpo(kGpoA, {});
     ASSERT_TRUE(::DeleteFileW((lowerCase.folder + inside + L"Policies.xml").c_str()));
     WritePolicyFile(kGpoA, L"policies.XML", "<GpoPolicies version='5'><Policy order='1'/></GpoPolicies>");
@@ -249,37 +250,6 @@ TEST_F(WholeRefresh, OddFilesAndNamesArriveAsTheyAre)
     EXPECT_THAT(meaning, HasSubstr("Policy order=\"100001\"")) << "named in another case";
     EXPECT_THAT(meaning, HasSubstr("Policy order=\"1\"")) << "beyond MAX_PATH";
     EXPECT_THAT(Trace(), HasSubstr("Display Name: 100%s %n%d %1!s!"));
-}
-
-TEST_F(WholeRefresh, AFileThatAnotherHoldsIsAFailedLoad)
-{
-    const CkxListedGpo gpo = MakeGpo(kGpoA, {"1"});
-    const std::wstring policies = gpo.folder + L"\\{5B3E7C21-9D4A-4E86-A1F2-7C09D3B6E54A}\\Policies.xml";
-    const CkxFileHandle holder(
-        ::CreateFileW(policies.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr));
-    ASSERT_TRUE(holder);
-    _m_changed.Add(gpo);
-    EXPECT_EQ(Refresh(kUser), 0U);
-    EXPECT_EQ(ReceivedOrders(), "");
-    EXPECT_THAT(Trace(), HasSubstr("ERROR: Failed to load the policy files of GPO GPO A - "));
-}
-
-TEST_F(WholeRefresh, TwoHundredLeaveNoHandleBehind)
-{
-    const auto refresh = [this](DWORD flags) {
-        _m_changed.Add(MakeGpo(kGpoA, {"1", ""}));
-        EXPECT_EQ(Refresh(flags), 0U);
-        EXPECT_TRUE(_m_agent.WaitForMessage(10000));
-    };
-    refresh(kMachine);
-    refresh(kUser);
-    const std::size_t before = CountHandles();
-    for (int i = 0; i < 100; ++i) {
-        refresh(kMachine);
-        refresh(kUser);
-    }
-    // The listener's locks make themselves an event each when its threads first meet there.
-    EXPECT_LE(CountHandles(before), before + 4);
 }
 
 TEST_F(WholeRefresh, TextThatNoParserReadsIsReplaced)
@@ -350,37 +320,6 @@ TEST_F(WholeRefresh, StatusLinesReachTheEngineWithoutTheirPrefix)
     EXPECT_EQ(lines[0].first, FALSE);
     EXPECT_EQ(lines[0].second.substr(0, 6), L"User: ");
     EXPECT_THAT(Trace(), HasSubstr("INFO: User: "));
-}
-
-TEST_F(WholeRefresh, MachineAndUserAtOnceShareTheAgent)
-{
-    constexpr int rounds = 20;
-    const CkxListedGpo gpo = MakeGpo(kGpoA, {"1"});
-    const auto run = [&](DWORD flags) {
-        ASSERT_GE(::CoInitializeEx(nullptr, COINIT_MULTITHREADED), 0);
-        for (int round = 0; round < rounds; ++round) {
-            CkxEngineList changed;
-            changed.Add(gpo);
-            EXPECT_EQ(_m_extension.ProcessGroupPolicyEx()(flags, _m_token.Get(), nullptr, nullptr,
-                                                          changed.Head(), 0, nullptr, nullptr, nullptr,
-                                                          nullptr),
-                      0U);
-        }
-        ::CoUninitialize();
-    };
-    std::thread machine(run, kMachine);
-    std::thread user(run, kUser);
-    machine.join();
-    user.join();
-    int sums[2] = {};
-    for (int message = 0; message < 2 * rounds; ++message) {
-        const std::string orders = ReceivedOrders();
-        ASSERT_NE(orders, "") << "message " << message << " is missing";
-        sums[0] += orders == "1000000001";
-        sums[1] += orders == "1";
-    }
-    EXPECT_EQ(sums[0], rounds);
-    EXPECT_EQ(sums[1], rounds);
 }
 
 } // namespace

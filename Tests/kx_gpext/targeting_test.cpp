@@ -1,8 +1,9 @@
-// Item-level targeting from outside: the shipped module, with a stand-in for the extension that evaluates it.
+// Item-level targeting from outside: the shipped module, with a scripted extension that evaluates it.
 
 #include "Common_CPP/atl/kx_atl.h"
+#include "Tests/support/failing_import.h"
 #include "Tests/support/refresh_fixture.h"
-#include "Tests/support/targeting_stand_in.h"
+#include "Tests/support/scripted_targeting.h"
 #include "Tests/support/xml_meaning.h"
 #include "Tools/host/patched_import.h"
 
@@ -45,7 +46,7 @@ class Targeting : public RefreshFixture {
         return names;
     }
 
-    TargetingStandIn _m_standIn;
+    ScriptedTargeting _m_scripted;
 };
 
 constexpr const char* kMatch = "<Policy name='in' order='1'><ItemLevelTargeting answer='match'/></Policy>";
@@ -82,14 +83,14 @@ TEST_F(Targeting, TheMarkerDecides)
     for (const auto& row : rows) {
         EXPECT_EQ(Delivered(row.content), row.names) << row.why;
         EXPECT_THAT(Trace(), HasSubstr(row.trace)) << row.why;
-        EXPECT_FALSE(TargetingStandIn::IsMarkerThere()) << row.why;
-        EXPECT_FALSE(TargetingStandIn::IsLoaded()) << row.why;
+        EXPECT_FALSE(ScriptedTargeting::IsMarkerThere()) << row.why;
+        EXPECT_FALSE(ScriptedTargeting::IsLoaded()) << row.why;
     }
 }
 
 TEST_F(Targeting, TheExtensionIsCalledAsTheEngineWould)
 {
-    TargetingCalls& seen = _m_standIn.Watch();
+    TargetingCalls& seen = _m_scripted.Watch();
     _m_changed.Add(MakeTargetedGpo("<Policy name='in' order='1'><ItemLevelTargeting answer='match'>"
                                    "<FilterRunOnce not='0' name='K\xC3\xA4se &amp; 100% %s'/>"
                                    "</ItemLevelTargeting></Policy>"));
@@ -120,7 +121,7 @@ TEST_F(Targeting, TheExtensionIsCalledAsTheEngineWould)
 
 TEST_F(Targeting, WithoutTargetingNothingIsTouched)
 {
-    const TargetingCalls& seen = _m_standIn.Watch();
+    const TargetingCalls& seen = _m_scripted.Watch();
     const int before = seen.calls;
     EXPECT_EQ(Delivered("<Policy name='a'/>"), "a");
     EXPECT_EQ(seen.calls, before);
@@ -143,11 +144,11 @@ TEST_F(Targeting, AnExtensionThatIsNotThereLetsThrough)
         {"not registered", false, nullptr, nullptr, "ERROR: Failed to open reg key [" KX_KEY "]. err=2\n"},
         {"no library named", true, nullptr, L"ProcessGroupPolicyEx",
          "ERROR: Failed to query value [" KX_KEY "\\DllName]. err=2\n"},
-        {"no entry named", true, KX_TARGETING_STAND_IN, nullptr,
+        {"no entry named", true, KX_SCRIPTED_TARGETING, nullptr,
          "ERROR: Failed to query value [" KX_KEY "\\ProcessGroupPolicyEx]. err=2\n"},
         {"no such library; nothing is expanded", true, L"%SystemRoot%\\gone.dll", L"ProcessGroupPolicyEx",
          "ERROR: Failed to load library [%SystemRoot%\\gone.dll. err=126\n"},
-        {"no such entry", true, KX_TARGETING_STAND_IN, L"Process",
+        {"no such entry", true, KX_SCRIPTED_TARGETING, L"Process",
          "ERROR: Failed to GetProcAddress of [Process. err=127\n"},
     };
 
@@ -155,21 +156,13 @@ TEST_F(Targeting, AnExtensionThatIsNotThereLetsThrough)
 
     for (const auto& row : rows) {
         if (row.registered)
-            _m_standIn.Register(row.dll, row.entry);
+            _m_scripted.Register(row.dll, row.entry);
         else
-            _m_standIn.Unregister();
+            _m_scripted.Unregister();
         EXPECT_EQ(Delivered(kNoMatch), "out") << row.why;
         EXPECT_THAT(Trace(), HasSubstr(row.trace)) << row.why;
-        EXPECT_FALSE(TargetingStandIn::IsLoaded()) << row.why;
+        EXPECT_FALSE(ScriptedTargeting::IsLoaded()) << row.why;
     }
-}
-
-// Imports that fail. They leave their arguments alone, so that one stands in for any function.
-template <LONG_PTR Result, DWORD Error>
-LONG_PTR WINAPI Fail()
-{
-    ::SetLastError(Error);
-    return Result;
 }
 
 // Neither may an update go out unfiltered for want of memory, nor may a policy be kept back because nobody
@@ -179,27 +172,27 @@ TEST_F(Targeting, WhereTheSystemRefusesNothingIsKeptBackAndNothingGuessed)
     const struct {
         const char* why;
         const char* import;
-        void* replacement;
+        LONG_PTR(WINAPI* replacement)();
         DWORD code;
         const char* trace;
     } rows[] = {
-        {"the settings cannot be encoded", "WideCharToMultiByte",
-         reinterpret_cast<void*>(&Fail<0, ERROR_NOT_ENOUGH_MEMORY>), 0,
+        {"the settings cannot be encoded", "WideCharToMultiByte", Fail<0, ERROR_NOT_ENOUGH_MEMORY>, 0,
          "ERROR: Failed to GetProcAddress of ["},
-        {"no marker key", "RegCreateKeyExW", reinterpret_cast<void*>(&Fail<ERROR_ACCESS_DENIED, 0>), 0,
+        {"no marker key", "RegCreateKeyExW", Fail<ERROR_ACCESS_DENIED, 0>, 0,
          "ERROR: Failed to create reg key [software\\korvex\\agent\\temp]. err=5\n"},
-        {"an old marker stays", "RegDeleteValueW", reinterpret_cast<void*>(&Fail<ERROR_ACCESS_DENIED, 0>), 0,
+        {"an old marker stays", "RegDeleteValueW", Fail<ERROR_ACCESS_DENIED, 0>, 0,
          "ERROR: Failed to remove reg value [ILTTest]. err=5\n"},
-        {"no memory for the registration", "RegQueryValueExW",
-         reinterpret_cast<void*>(&Fail<ERROR_OUTOFMEMORY, 0>), ERROR_OUTOFMEMORY, "\\DllName]. err=14\n"},
-        {"no memory for the folder's name", "GetModuleFileNameW",
-         reinterpret_cast<void*>(&Fail<0, ERROR_NOT_ENOUGH_MEMORY>), ERROR_OUTOFMEMORY, ""},
+        {"no memory for the registration", "RegQueryValueExW", Fail<ERROR_OUTOFMEMORY, 0>, ERROR_OUTOFMEMORY,
+         "\\DllName]. err=14\n"},
+        {"no memory for the folder's name", "GetModuleFileNameW", Fail<0, ERROR_NOT_ENOUGH_MEMORY>,
+         ERROR_OUTOFMEMORY, ""},
     };
 
     for (const auto& row : rows) {
         _m_changed.Add(MakeTargetedGpo(kNoMatch));
         {
-            const PatchedImport patch(_m_extension.Get(), row.import, row.replacement);
+            const PatchedImport patch(_m_extension.Get(), row.import,
+                                      reinterpret_cast<void*>(row.replacement));
             EXPECT_EQ(Refresh(kUser), row.code) << row.why;
         }
         EXPECT_THAT(Trace(), HasSubstr(row.trace)) << row.why;
@@ -207,7 +200,7 @@ TEST_F(Targeting, WhereTheSystemRefusesNothingIsKeptBackAndNothingGuessed)
             EXPECT_EQ(NamesIn(ReceivedMeaning()), "out") << row.why;
         else
             EXPECT_FALSE(_m_agent.WaitForMessage(0)) << row.why;
-        EXPECT_FALSE(TargetingStandIn::IsMarkerThere()) << row.why;
+        EXPECT_FALSE(ScriptedTargeting::IsMarkerThere()) << row.why;
     }
 }
 
@@ -231,24 +224,15 @@ TEST_F(Targeting, TheWorkFolderLeadsNowhereElse)
 TEST_F(Targeting, PassesAtOnceDoNotReadEachOthersMarkers)
 {
     constexpr int rounds = 10;
-    TargetingCalls& seen = _m_standIn.Watch();
+    TargetingCalls& seen = _m_scripted.Watch();
     CkxListedGpo other = MakeGpo(kGpoB, {});
     WritePolicyFile(kGpoB, L"Policies.xml",
                     std::string("<GpoPolicies version='5'>") + kNoMatch + kNoMatch + "</GpoPolicies>");
-    const CkxListedGpo matching = MakeTargetedGpo(std::string(kMatch) + kMatch);
     const auto run = [&](const CkxListedGpo& gpo) {
-        ASSERT_GE(::CoInitializeEx(nullptr, COINIT_MULTITHREADED), 0);
-        for (int round = 0; round < rounds; ++round) {
-            CkxEngineList changed;
-            changed.Add(gpo);
-            EXPECT_EQ(_m_extension.ProcessGroupPolicyEx()(kUser, _m_token.Get(), nullptr, nullptr,
-                                                          changed.Head(), 0, nullptr, nullptr, nullptr,
-                                                          nullptr),
-                      0U);
-        }
-        ::CoUninitialize();
+        for (int round = 0; round < rounds; ++round)
+            EXPECT_EQ(RefreshOnly(gpo, kUser), 0U);
     };
-    std::thread first(run, matching);
+    std::thread first(run, MakeTargetedGpo(std::string(kMatch) + kMatch));
     std::thread second(run, other);
     first.join();
     second.join();

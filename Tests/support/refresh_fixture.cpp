@@ -8,7 +8,9 @@
 namespace {
 
 constexpr DWORD kMessageTimeoutMs = 10000;
-constexpr const wchar_t* kExtensionFolder = L"{5B3E7C21-9D4A-4E86-A1F2-7C09D3B6E54A}";
+constexpr const wchar_t* kExtensionKey =
+    L"Software\\Microsoft\\Windows NT\\CurrentVersion\\Winlogon\\GPExtensions\\"
+    L"{5B3E7C21-9D4A-4E86-A1F2-7C09D3B6E54A}";
 
 } // namespace
 
@@ -34,9 +36,7 @@ void RefreshFixture::TearDown()
 std::wstring RefreshFixture::WritePolicyFile(const std::wstring& gpo, const std::wstring& file,
                                              std::string_view text) const
 {
-    std::wstring name = L"gpos\\";
-    name.append(gpo).append(L"\\").append(kExtensionFolder).append(L"\\").append(file);
-    _m_folder.Write(name, text);
+    _m_folder.Write(L"gpos\\" + gpo + kInExtensionFolder + file, text);
     return _m_folder / (L"gpos\\" + gpo);
 }
 
@@ -61,6 +61,17 @@ DWORD RefreshFixture::Refresh(DWORD flags)
                                                _m_services, &_m_rsopStatus);
 }
 
+DWORD RefreshFixture::RefreshOnly(const CkxListedGpo& gpo, DWORD flags) const
+{
+    EXPECT_GE(::CoInitializeEx(nullptr, COINIT_MULTITHREADED), 0);
+    CkxEngineList changed;
+    changed.Add(gpo);
+    const DWORD code = _m_extension.ProcessGroupPolicyEx()(
+        flags, _m_token.Get(), nullptr, nullptr, changed.Head(), 0, nullptr, nullptr, _m_services, nullptr);
+    ::CoUninitialize();
+    return code;
+}
+
 DWORD RefreshFixture::Plan(RSOP_TARGET* computer, RSOP_TARGET* user)
 {
     return _m_extension.GenerateGroupPolicy()(0, _m_abortPointer, nullptr, computer, user);
@@ -81,4 +92,15 @@ std::string RefreshFixture::ReceivedMeaning()
 std::string RefreshFixture::Trace() const
 {
     return ReadBytes(_m_folder / L"Trace\\kx_gpext.trace");
+}
+
+DumpSwitch::DumpSwitch()
+{
+    const DWORD on = 1;
+    ::RegSetKeyValueW(HKEY_LOCAL_MACHINE, kExtensionKey, L"KxEnableDump", REG_DWORD, &on, sizeof on);
+}
+
+DumpSwitch::~DumpSwitch()
+{
+    ::RegDeleteTreeW(HKEY_LOCAL_MACHINE, kExtensionKey);
 }

@@ -27,6 +27,9 @@ class RefreshFixture : public testing::Test {
     /// One call of the engine with what is set below. The lists are then empty again.
     DWORD Refresh(DWORD flags);
 
+    /// One call for this GPO alone, from any thread: it brings COM with it.
+    DWORD RefreshOnly(const CkxListedGpo& gpo, DWORD flags) const;
+
     /// One planning call of the engine; each target is null for none.
     DWORD Plan(RSOP_TARGET* computer, RSOP_TARGET* user);
 
@@ -49,6 +52,18 @@ class RefreshFixture : public testing::Test {
     HRESULT _m_rsopStatus = 0x1234567;
     PFNSTATUSMESSAGECALLBACK _m_statusCallback = nullptr;
 };
+
+/// While it lives, the extension writes the documents that it sends beside its trace.
+class DumpSwitch {
+  public:
+    DumpSwitch();
+    ~DumpSwitch();
+    DumpSwitch(const DumpSwitch&) = delete;
+    DumpSwitch& operator=(const DumpSwitch&) = delete;
+};
+
+/// The folder of a GPO that is the extension's, with backslashes around it.
+inline constexpr const wchar_t* kInExtensionFolder = L"\\{5B3E7C21-9D4A-4E86-A1F2-7C09D3B6E54A}\\";
 
 /// The names (GUIDs) that the tests' GPOs go by.
 inline constexpr const wchar_t* kGpoA = L"{00000000-0000-0000-0000-00000000000A}";

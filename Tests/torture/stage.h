@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Tests/support/targeting_stand_in.h"
+#include "Tests/support/scripted_targeting.h"
 #include "Tests/torture/strange_agent.h"
 #include "Tools/host/agent_listener.h"
 #include "Tools/host/engine_lists.h"
@@ -132,7 +132,7 @@ class Stage {
     CkxHandle _m_token;
     CkxHandle _m_mutex;
     CkxHandle _m_event;
-    std::optional<TargetingStandIn> _m_targeting;
+    std::optional<ScriptedTargeting> _m_targeting;
     bool _m_dumps = false;
     std::optional<CkxRsopStore> _m_store;
     std::optional<CkxDateTimeClass> _m_dateTimes;

@@ -1,6 +1,6 @@
-// A registry extension of Group Policy Preferences that does as the settings say: see targeting_stand_in.h.
+// A registry extension of Group Policy Preferences that does as the settings say: see scripted_targeting.h.
 
-#include "Tests/support/targeting_stand_in.h"
+#include "Tests/support/scripted_targeting.h"
 
 #include <windows.h>
 
@@ -66,7 +66,7 @@ extern "C" __declspec(dllexport) DWORD CALLBACK
 {
     ++g_calls.calls;
     g_calls.overlaps += g_calls.running++ != 0;
-    g_calls.staleMarkers += TargetingStandIn::IsMarkerThere();
+    g_calls.staleMarkers += ScriptedTargeting::IsMarkerThere();
     (void)::_snwprintf(g_calls.call, std::size(g_calls.call) - 1, c_targetingCall, flags, token, keyRoot,
                        deleted, static_cast<unsigned long long>(handle), *abort, callback, *status,
                        changed->dwOptions, changed->dwVersion, changed->lpDSPath, changed->lpFileSysPath,

@@ -6,7 +6,7 @@
 
 #include <atomic>
 
-/// What a stand-in for the registry extension of Group Policy Preferences saw. It answers as the settings
+/// What a scripted registry extension of Group Policy Preferences saw. It answers as the settings
 /// that it is given say, by these texts:
 ///     answer="match"      writes the marker, late, so that another pass has time to meddle
 ///     answer="fail"       writes the marker and returns an error
@@ -30,20 +30,20 @@ inline constexpr const wchar_t* c_targetingCall =
     L"options=%lX "
     L"version=%lX ds=%s folder=%s display=%s name=%s link=%d next=%p previous=%p extensions=%s linked=%s";
 
-/// The stand-in, registered as the real extension would be, until the end of this object.
-class TargetingStandIn {
+/// The scripted extension, registered as the real extension would be, until the end of this object.
+class ScriptedTargeting {
   public:
-    /// Registers the stand-in itself.
-    TargetingStandIn();
-    ~TargetingStandIn();
-    TargetingStandIn(const TargetingStandIn&) = delete;
-    TargetingStandIn& operator=(const TargetingStandIn&) = delete;
+    /// Registers the scripted extension itself.
+    ScriptedTargeting();
+    ~ScriptedTargeting();
+    ScriptedTargeting(const ScriptedTargeting&) = delete;
+    ScriptedTargeting& operator=(const ScriptedTargeting&) = delete;
 
     /// Registers something else. Null leaves a value out.
     void Register(const wchar_t* dll, const wchar_t* entry) const;
     void Unregister() const;
 
-    /// Keeps the stand-in loaded, so that what it saw outlives the calls.
+    /// Keeps the scripted extension loaded, so that what it saw outlives the calls.
     TargetingCalls& Watch();
 
     /// True while the marker that an evaluation leaves behind is there.

@@ -1,4 +1,4 @@
-#include "Tests/support/targeting_stand_in.h"
+#include "Tests/support/scripted_targeting.h"
 
 #include <cwchar>
 #include <stdexcept>
@@ -17,17 +17,17 @@ void SetText(const wchar_t* name, const wchar_t* text)
 
 } // namespace
 
-TargetingStandIn::TargetingStandIn()
+ScriptedTargeting::ScriptedTargeting()
 {
-    Register(KX_TARGETING_STAND_IN, L"ProcessGroupPolicyEx");
+    Register(KX_SCRIPTED_TARGETING, L"ProcessGroupPolicyEx");
 }
 
-TargetingStandIn::~TargetingStandIn()
+ScriptedTargeting::~ScriptedTargeting()
 {
     Unregister();
 }
 
-void TargetingStandIn::Register(const wchar_t* dll, const wchar_t* entry) const
+void ScriptedTargeting::Register(const wchar_t* dll, const wchar_t* entry) const
 {
     Unregister();
     CkxRegKeyHandle key;
@@ -36,27 +36,27 @@ void TargetingStandIn::Register(const wchar_t* dll, const wchar_t* entry) const
     SetText(L"ProcessGroupPolicyEx", entry);
 }
 
-void TargetingStandIn::Unregister() const
+void ScriptedTargeting::Unregister() const
 {
     ::RegDeleteTreeW(HKEY_LOCAL_MACHINE, kKey);
 }
 
-TargetingCalls& TargetingStandIn::Watch()
+TargetingCalls& ScriptedTargeting::Watch()
 {
-    _m_module.Reset(::LoadLibraryW(KX_TARGETING_STAND_IN));
+    _m_module.Reset(::LoadLibraryW(KX_SCRIPTED_TARGETING));
     const FARPROC calls = _m_module ? ::GetProcAddress(_m_module.Get(), "Calls") : nullptr;
     if (!calls)
-        throw std::runtime_error("the stand-in cannot be loaded");
+        throw std::runtime_error("the scripted extension cannot be loaded");
     return *reinterpret_cast<TargetingCalls* (*)()>(reinterpret_cast<void*>(calls))();
 }
 
-bool TargetingStandIn::IsMarkerThere()
+bool ScriptedTargeting::IsMarkerThere()
 {
     return ::RegGetValueW(HKEY_LOCAL_MACHINE, L"software\\korvex\\agent\\temp", L"ILTTest", RRF_RT_ANY,
                           nullptr, nullptr, nullptr) == ERROR_SUCCESS;
 }
 
-bool TargetingStandIn::IsLoaded()
+bool ScriptedTargeting::IsLoaded()
 {
-    return ::GetModuleHandleW(KX_TARGETING_STAND_IN) != nullptr;
+    return ::GetModuleHandleW(KX_SCRIPTED_TARGETING) != nullptr;
 }
