@@ -1,5 +1,6 @@
 // An agent that fails at some step of the protocol, in a process of its own as the real one is.
 
+#include "Tests/support/hook.h"
 #include "Tests/support/rsop_fixture.h"
 #include "Tests/trace/child_role.h"
 #include "Tools/host/appended_call.h"
@@ -143,13 +144,12 @@ class Agent {
 
 // How often a sender has begun to wait for its turn.
 CkxHandle g_atTheirSend;
-decltype(&::WaitForSingleObjectEx) g_wait = nullptr;
 
 DWORD WINAPI NoteWait(HANDLE object, DWORD milliseconds, BOOL alertable)
 {
     if (milliseconds == INFINITE)
         ::ReleaseSemaphore(g_atTheirSend.Get(), 1, nullptr);
-    return g_wait(object, milliseconds, alertable);
+    return ImportHook<&NoteWait>::Original(object, milliseconds, alertable);
 }
 
 // One call of the module on a thread of its own.
@@ -267,8 +267,7 @@ void StartAndEndAnother(const TempFolder& folder)
 TEST_F(AgentFaults, AnAgentThatStopsReadingHoldsUpSendersOnly)
 {
     g_atTheirSend.Reset(::CreateSemaphoreW(nullptr, 0, 100, nullptr));
-    const PatchedImport wait(_m_extension.Get(), "WaitForSingleObjectEx", reinterpret_cast<void*>(&NoteWait));
-    g_wait = wait.Original<decltype(g_wait)>();
+    const ImportHook<&NoteWait> wait(_m_extension.Get(), "WaitForSingleObjectEx");
     const LocalSystemCaller system(_m_extension.Get());
     const auto waitForASend = [] { return ::WaitForSingleObject(g_atTheirSend.Get(), kGuardMs); };
 

@@ -1,6 +1,7 @@
 // Policy sets pushed by a component of the agent: the shipped module's export, called as LocalSystem or not.
 
 #include "Tests/support/failing_import.h"
+#include "Tests/support/hook.h"
 #include "Tests/support/refresh_fixture.h"
 #include "Tests/support/xml_meaning.h"
 #include "Tools/host/appended_call.h"
@@ -230,14 +231,13 @@ TEST_F(AppendedUpdate, OnlyTheTokenInEffectMakesTheCaller)
 // What the thread wears, and what it wore whenever a set's policies were opened.
 HANDLE g_worn = nullptr;
 std::vector<HANDLE> g_readAs;
-decltype(&::CreateFileW) g_createFile = nullptr;
 
 HANDLE WINAPI NotedCreateFile(LPCWSTR path, DWORD access, DWORD share, SECURITY_ATTRIBUTES* security,
                               DWORD creation, DWORD flags, HANDLE sample)
 {
     if (std::wstring_view(path).ends_with(L"\\Policies.xml"))
         g_readAs.push_back(g_worn);
-    return g_createFile(path, access, share, security, creation, flags, sample);
+    return ImportHook<&NotedCreateFile>::Original(path, access, share, security, creation, flags, sample);
 }
 
 // Refuses a primary token, as Windows does and Wine does not.
@@ -257,9 +257,8 @@ TEST_F(AppendedUpdate, FilesAreReadAsTheUserAndAMachinesAsTheCaller)
 {
     const HMODULE module = _m_extension.Get();
     const LocalSystemCaller caller(module);
-    const PatchedImport setToken(module, "SetThreadToken", reinterpret_cast<void*>(&NotedSetThreadToken));
-    const PatchedImport createFile(module, "CreateFileW", reinterpret_cast<void*>(&NotedCreateFile));
-    g_createFile = createFile.Original<decltype(g_createFile)>();
+    const ImportHook<&NotedSetThreadToken> setToken(module, "SetThreadToken");
+    const ImportHook<&NotedCreateFile> createFile(module, "CreateFileW");
     const std::wstring folder = WriteSet(L"a", L"Policies.xml", "<P version='5'/>");
     for (const HANDLE user : {_m_token.Get(), HANDLE{nullptr}}) {
         g_readAs.clear();

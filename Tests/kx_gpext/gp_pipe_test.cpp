@@ -254,11 +254,10 @@ TEST_F(GpPipe, AStrangersPipeGetsNothing)
 }
 
 bool g_allocationFails = false; // not of a thread each: such storage allocates
-void* (*g_allocate)(std::size_t) = nullptr;
 
 void* AllocateOrFail(std::size_t size)
 {
-    return std::exchange(g_allocationFails, false) ? nullptr : g_allocate(size);
+    return std::exchange(g_allocationFails, false) ? nullptr : ImportHook<&AllocateOrFail>::Original(size);
 }
 
 // The system finds the owner's name, and there is no memory for it.
@@ -277,9 +276,8 @@ TEST_F(GpPipe, RefusesAStrangersPipeEvenWhenItCannotBeNamed)
     const CkxFileHandle server = PipeInstance();
     calls.PretendOwner(L"O:S-1-5-21-1-2-3-1001");
     {
-        const PatchedImport lookUp("LookupAccountSidW", reinterpret_cast<void*>(&FindWithoutMemory));
-        const PatchedImport allocate("malloc", reinterpret_cast<void*>(&AllocateOrFail));
-        g_allocate = allocate.Original<decltype(g_allocate)>();
+        const ImportHook<&FindWithoutMemory> lookUp("LookupAccountSidW");
+        const ImportHook<&AllocateOrFail> allocate("malloc");
         EXPECT_FALSE(pipe.Send(Document(3)));
     }
     EXPECT_EQ(Take(), "ERROR: The update pipe belongs to \n");

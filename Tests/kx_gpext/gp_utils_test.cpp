@@ -2,6 +2,7 @@
 #include "Agent/engine/kx_gpext/gp_reg_key.h"
 #include "Agent/engine/kx_gpext/gp_utils.h"
 #include "Agent/engine/kx_gpext/kx_gpext.h"
+#include "Tests/support/hook.h"
 #include "Tests/trace/trace_fixture.h"
 
 #include <cstring>
@@ -21,13 +22,11 @@ constexpr const wchar_t* kExtensionKey =
 constexpr const wchar_t* kScratchKey = L"Software\\KxGpUtilsTest";
 
 int g_openKeys = 0;
-decltype(&::RegOpenKeyExW) g_openKey = nullptr;
-decltype(&::RegCloseKey) g_closeKey = nullptr;
 
 LSTATUS WINAPI CountOpening(HKEY parent, LPCWSTR path, DWORD options, REGSAM access, PHKEY key)
 {
     EXPECT_EQ(access, static_cast<REGSAM>(KEY_QUERY_VALUE));
-    const LSTATUS status = g_openKey(parent, path, options, access, key);
+    const LSTATUS status = ImportHook<&CountOpening>::Original(parent, path, options, access, key);
     g_openKeys += status == ERROR_SUCCESS ? 1 : 0;
     return status;
 }
@@ -35,7 +34,7 @@ LSTATUS WINAPI CountOpening(HKEY parent, LPCWSTR path, DWORD options, REGSAM acc
 LSTATUS WINAPI CountClosing(HKEY key)
 {
     --g_openKeys;
-    return g_closeKey(key);
+    return ImportHook<&CountClosing>::Original(key);
 }
 
 class GpUtils : public TraceFixture {
@@ -76,10 +75,8 @@ TEST_F(GpUtils, TheSetIdIsReadOrItsAbsenceExplained)
         {"a list", true, REG_MULTI_SZ, L"a\0", 6, nullptr, kNoValue + std::string("13\n")},
     };
 
-    PatchedImport opening("RegOpenKeyExW", reinterpret_cast<void*>(&CountOpening));
-    PatchedImport closing("RegCloseKey", reinterpret_cast<void*>(&CountClosing));
-    g_openKey = opening.Original<decltype(g_openKey)>();
-    g_closeKey = closing.Original<decltype(g_closeKey)>();
+    const ImportHook<&CountOpening> opening("RegOpenKeyExW");
+    const ImportHook<&CountClosing> closing("RegCloseKey");
     for (const auto& row : rows) {
         ::RegDeleteTreeW(HKEY_LOCAL_MACHINE, kAgentKey);
         CkxRegKey key;
@@ -145,7 +142,7 @@ TEST_F(GpUtils, ASidIsShownByItsAccountWhereThereIsOne)
                 {L"", L"", L"S-1-1-0"},
                 {nullptr, nullptr, L"S-1-1-0"}};
 
-    const PatchedImport lookUp("LookupAccountSidW", reinterpret_cast<void*>(&PretendAccount));
+    const ImportHook<&PretendAccount> lookUp("LookupAccountSidW");
     for (const auto& row : rows) {
         g_domain = row.domain;
         g_account = row.account;
@@ -206,7 +203,6 @@ TEST_F(GpUtils, AStatusGoesToTheTraceAndToTheEngine)
 // The system's look-up of functions, as a system sees it that has the transacted ones, or has not.
 bool g_hasTransacted = false;
 HANDLE g_usedTransaction = nullptr;
-decltype(&::GetProcAddress) g_getProcAddress = nullptr;
 
 LSTATUS WINAPI OpenTransacted(HKEY parent, LPCWSTR path, DWORD options, REGSAM access, PHKEY key,
                               HANDLE transaction, PVOID)
@@ -232,7 +228,7 @@ FARPROC WINAPI FindTransacted(HMODULE module, LPCSTR name)
         return ifAny(&OpenTransacted);
     if (std::strcmp(name, "RegCreateKeyTransactedW") == 0)
         return ifAny(&CreateTransacted);
-    return g_getProcAddress(module, name);
+    return ImportHook<&FindTransacted>::Original(module, name);
 }
 
 TEST_F(GpUtils, AKeyIsNeverOpenedOutsideOfItsTransaction)
@@ -251,8 +247,7 @@ TEST_F(GpUtils, AKeyIsNeverOpenedOutsideOfItsTransaction)
         {"a system without transactions", transaction, true, false, ERROR_INVALID_FUNCTION},
     };
 
-    PatchedImport find("GetProcAddress", reinterpret_cast<void*>(&FindTransacted));
-    g_getProcAddress = find.Original<decltype(g_getProcAddress)>();
+    const ImportHook<&FindTransacted> find("GetProcAddress");
     for (const auto& row : rows) {
         ::RegDeleteTreeW(HKEY_LOCAL_MACHINE, kScratchKey);
         g_hasTransacted = row.hasTransacted;

@@ -1,9 +1,9 @@
 // Migration commands from outside: the shipped module, documents compared by meaning, and a password that
 // nobody finds.
 
+#include "Tests/support/hook.h"
 #include "Tests/support/refresh_fixture.h"
 #include "Tests/support/xml_meaning.h"
-#include "Tools/host/patched_import.h"
 
 #include <gmock/gmock.h>
 
@@ -146,9 +146,6 @@ TEST_F(Migration, NobodySeesThePassword)
 
 std::atomic<int> g_given;
 std::atomic<int> g_withPassword;
-void(WINAPI* g_freeString)(BSTR) = nullptr;
-HRESULT(WINAPI* g_clearVariant)(VARIANT*) = nullptr;
-void(__cdecl* g_free)(void*) = nullptr;
 
 void Look(const void* memory, std::size_t size)
 {
@@ -163,7 +160,7 @@ void Look(const void* memory, std::size_t size)
 void WINAPI FreeString(BSTR text)
 {
     Look(text, ::SysStringByteLen(text));
-    g_freeString(text);
+    ImportHook<&FreeString>::Original(text);
 }
 
 HRESULT WINAPI ClearVariant(VARIANT* value)
@@ -172,14 +169,14 @@ HRESULT WINAPI ClearVariant(VARIANT* value)
         Look(value->bstrVal, ::SysStringByteLen(value->bstrVal));
     if (value->vt == (VT_ARRAY | VT_UI1))
         Look(value->parray->pvData, value->parray->rgsabound[0].cElements);
-    return g_clearVariant(value);
+    return ImportHook<&ClearVariant>::Original(value);
 }
 
 void __cdecl Free(void* block)
 {
     if (block)
         Look(block, ::_msize(block));
-    g_free(block);
+    ImportHook<&Free>::Original(block);
 }
 
 TEST_F(Migration, NoMemoryIsGivenBackWithThePasswordInIt)
@@ -192,12 +189,9 @@ TEST_F(Migration, NoMemoryIsGivenBackWithThePasswordInIt)
         g_given = 0;
         g_withPassword = 0;
         {
-            const PatchedImport freeString(module, "SysFreeString", reinterpret_cast<void*>(&FreeString));
-            const PatchedImport clear(module, "VariantClear", reinterpret_cast<void*>(&ClearVariant));
-            const PatchedImport free(module, "free", reinterpret_cast<void*>(&Free));
-            g_freeString = freeString.Original<decltype(g_freeString)>();
-            g_clearVariant = clear.Original<decltype(g_clearVariant)>();
-            g_free = free.Original<decltype(g_free)>();
+            const ImportHook<&FreeString> freeString(module, "SysFreeString");
+            const ImportHook<&ClearVariant> clear(module, "VariantClear");
+            const ImportHook<&Free> free(module, "free");
             EXPECT_EQ(Refresh(kUser), 0U) << command;
         }
         EXPECT_GT(g_given, 20) << "the watch sees nothing";

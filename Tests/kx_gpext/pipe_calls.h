@@ -3,7 +3,7 @@
 
 #include "Common_CPP/util/last_error.h"
 #include "Common_CPP/util/unique_handle.h"
-#include "Tools/host/patched_import.h"
+#include "Tests/support/hook.h"
 
 #include <sddl.h>
 
@@ -11,37 +11,15 @@
 #include <cstdio>
 #include <cwchar>
 #include <map>
-#include <memory>
 #include <mutex>
 #include <string>
 #include <utility>
-#include <vector>
 
 /// While it lives, the test program's calls around the agent's mutex, event and pipe go through it. One at a
 /// time. Steps are those of the thread that made it; handles are counted for all.
 class PipeCalls {
   public:
-    PipeCalls()
-    {
-        s_self = this;
-        _Watch("CreateMutexW", &_CreateMutex, _m_real.createMutex);
-        _Watch("OpenEventW", &_OpenEvent, _m_real.openEvent);
-        _Watch("WaitForSingleObjectEx", &_Wait, _m_real.wait);
-        _Watch("WaitNamedPipeW", &_WaitNamedPipe, _m_real.waitNamedPipe);
-        _Watch("GetKernelObjectSecurity", &_GetSecurity, _m_real.getSecurity);
-        _Watch("SetEvent", &_SetEvent, _m_real.setEvent);
-        _Watch("WriteFile", &_WriteFile, _m_real.writeFile);
-        _Watch("ReleaseMutex", &_ReleaseMutex, _m_real.releaseMutex);
-        _Watch("CreateFileW", &_CreateFile, _m_real.createFile);
-        _Watch("CloseHandle", &_CloseHandle, _m_real.closeHandle);
-    }
-
-    ~PipeCalls()
-    {
-        _m_patches.clear();
-        s_self = nullptr;
-    }
-
+    PipeCalls() = default;
     PipeCalls(const PipeCalls&) = delete;
     PipeCalls& operator=(const PipeCalls&) = delete;
 
@@ -92,14 +70,14 @@ class PipeCalls {
     {
         if (!s_self->_Step(_StepText("mutex(%d,%d)", security != nullptr, owned)))
             return nullptr;
-        return s_self->_Opened(s_self->_m_real.createMutex(security, owned, name), "mutex");
+        return s_self->_Opened(ImportHook<&_CreateMutex>::Original(security, owned, name), "mutex");
     }
 
     static HANDLE WINAPI _OpenEvent(DWORD access, BOOL inherit, LPCWSTR name)
     {
         if (!s_self->_Step(_StepText("event(%lx,%d)", access, inherit)))
             return nullptr;
-        return s_self->_Opened(s_self->_m_real.openEvent(access, inherit, name), "event");
+        return s_self->_Opened(ImportHook<&_OpenEvent>::Original(access, inherit, name), "event");
     }
 
     static DWORD WINAPI _Wait(HANDLE object, DWORD milliseconds, BOOL alertable)
@@ -107,13 +85,13 @@ class PipeCalls {
         if (object == nullptr || s_self->_Names(object, "mutex"))
             (void)s_self->_Step(
                 _StepText("%s(%lx,%d)", object ? "turn" : "no-turn", milliseconds, alertable));
-        return s_self->_m_real.wait(object, milliseconds, alertable);
+        return ImportHook<&_Wait>::Original(object, milliseconds, alertable);
     }
 
     static BOOL WINAPI _WaitNamedPipe(LPCWSTR name, DWORD milliseconds)
     {
         return s_self->_Step(_StepText("instance(%lu)", milliseconds)) &&
-               s_self->_m_real.waitNamedPipe(name, std::min(milliseconds, c_shortWaitMs));
+               ImportHook<&_WaitNamedPipe>::Original(name, std::min(milliseconds, c_shortWaitMs));
     }
 
     static HANDLE WINAPI _CreateFile(LPCWSTR name, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES security,
@@ -124,7 +102,7 @@ class PipeCalls {
                                              security != nullptr, disposition, flags, model != nullptr)))
             return INVALID_HANDLE_VALUE;
         return s_self->_Opened(
-            s_self->_m_real.createFile(name, access, share, security, disposition, flags, model),
+            ImportHook<&_CreateFile>::Original(name, access, share, security, disposition, flags, model),
             pipe ? "pipe" : "");
     }
 
@@ -134,7 +112,7 @@ class PipeCalls {
         if (!s_self->_Step("owner"))
             return FALSE;
         if (!s_self->_m_pretending)
-            return s_self->_m_real.getSecurity(object, what, descriptor, size, needed);
+            return ImportHook<&_GetSecurity>::Original(object, what, descriptor, size, needed);
         CkxLocalMemory<void> pretended;
         if (!::ConvertStringSecurityDescriptorToSecurityDescriptorW(s_self->_m_owner.c_str(), SDDL_REVISION_1,
                                                                     pretended.Put(), needed) ||
@@ -149,17 +127,17 @@ class PipeCalls {
     static BOOL WINAPI _SetEvent(HANDLE event)
     {
         if (!s_self->_Names(event, "event")) // of some other part of the program
-            return s_self->_m_real.setEvent(event);
-        return s_self->_Step("announce") && s_self->_m_real.setEvent(event);
+            return ImportHook<&_SetEvent>::Original(event);
+        return s_self->_Step("announce") && ImportHook<&_SetEvent>::Original(event);
     }
 
     static BOOL WINAPI _WriteFile(HANDLE file, LPCVOID bytes, DWORD size, LPDWORD written, LPOVERLAPPED state)
     {
         if (!s_self->_Names(file, "pipe"))
-            return s_self->_m_real.writeFile(file, bytes, size, written, state);
+            return ImportHook<&_WriteFile>::Original(file, bytes, size, written, state);
         s_self->_m_lastWritten = bytes;
         if (s_self->_Step(_StepText(state ? "write(%lu,overlapped)" : "write(%lu)", size)))
-            return s_self->_m_real.writeFile(file, bytes, size, written, state);
+            return ImportHook<&_WriteFile>::Original(file, bytes, size, written, state);
         if (s_self->_m_error != 0)
             return FALSE;
         *written = size / 2;
@@ -169,7 +147,7 @@ class PipeCalls {
     static BOOL WINAPI _ReleaseMutex(HANDLE mutex)
     {
         (void)s_self->_Step("release");
-        const BOOL released = s_self->_m_real.releaseMutex(mutex);
+        const BOOL released = ImportHook<&_ReleaseMutex>::Original(mutex);
         ::SetLastError(c_cleanUpError);
         return released;
     }
@@ -186,16 +164,9 @@ class PipeCalls {
         }
         if (!name.empty())
             (void)s_self->_Step("close-" + name);
-        const BOOL closed = s_self->_m_real.closeHandle(object);
+        const BOOL closed = ImportHook<&_CloseHandle>::Original(object);
         ::SetLastError(c_cleanUpError);
         return closed;
-    }
-
-    template <class Function>
-    void _Watch(const char* name, Function replacement, Function& real)
-    {
-        _m_patches.push_back(std::make_unique<PatchedImport>(name, reinterpret_cast<void*>(replacement)));
-        real = _m_patches.back()->template Original<Function>();
     }
 
     /// Notes a step; false, with the last error set, when it is to fail.
@@ -230,19 +201,7 @@ class PipeCalls {
 
     static inline PipeCalls* s_self = nullptr;
 
-    struct {
-        decltype(&::CreateMutexW) createMutex;
-        decltype(&::OpenEventW) openEvent;
-        decltype(&::WaitForSingleObjectEx) wait;
-        decltype(&::WaitNamedPipeW) waitNamedPipe;
-        decltype(&::CreateFileW) createFile;
-        decltype(&::GetKernelObjectSecurity) getSecurity;
-        decltype(&::SetEvent) setEvent;
-        decltype(&::WriteFile) writeFile;
-        decltype(&::ReleaseMutex) releaseMutex;
-        decltype(&::CloseHandle) closeHandle;
-    } _m_real{};
-
+    PipeCalls* const _m_self = s_self = this; ///< before the hooks
     const DWORD _m_thread = ::GetCurrentThreadId();
     std::string _m_steps;
     std::string _m_failing;
@@ -252,5 +211,14 @@ class PipeCalls {
     const void* _m_lastWritten = nullptr;
     std::mutex _m_lock;
     std::map<HANDLE, std::string> _m_open; ///< guarded by _m_lock
-    std::vector<std::unique_ptr<PatchedImport>> _m_patches;
+    ImportHook<&_CreateMutex> _m_createMutex{"CreateMutexW"};
+    ImportHook<&_OpenEvent> _m_openEvent{"OpenEventW"};
+    ImportHook<&_Wait> _m_wait{"WaitForSingleObjectEx"};
+    ImportHook<&_WaitNamedPipe> _m_waitNamedPipe{"WaitNamedPipeW"};
+    ImportHook<&_GetSecurity> _m_getSecurity{"GetKernelObjectSecurity"};
+    ImportHook<&_SetEvent> _m_setEvent{"SetEvent"};
+    ImportHook<&_WriteFile> _m_writeFile{"WriteFile"};
+    ImportHook<&_ReleaseMutex> _m_releaseMutex{"ReleaseMutex"};
+    ImportHook<&_CreateFile> _m_createFile{"CreateFileW"};
+    ImportHook<&_CloseHandle> _m_closeHandle{"CloseHandle"};
 };

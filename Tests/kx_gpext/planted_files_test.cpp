@@ -2,9 +2,9 @@
 // to.
 
 #include "Tests/support/folder_link.h"
+#include "Tests/support/hook.h"
 #include "Tests/support/refresh_fixture.h"
 #include "Tests/support/scripted_targeting.h"
-#include "Tools/host/patched_import.h"
 
 #include <gmock/gmock.h>
 
@@ -23,10 +23,7 @@ constexpr DWORD kUser = 0;
 // While it lives, every dump has the same time, and so the same name.
 class StandingClock {
   public:
-    explicit StandingClock(HMODULE module)
-        : _m_clock(module, "GetSystemTimeAsFileTime", reinterpret_cast<void*>(&_Now))
-    {
-    }
+    explicit StandingClock(HMODULE module) : _m_clock(module, "GetSystemTimeAsFileTime") {}
 
     static constexpr ULONGLONG c_time = 133000000000000000;
 
@@ -36,7 +33,7 @@ class StandingClock {
         *now = {static_cast<DWORD>(c_time), static_cast<DWORD>(c_time >> 32)};
     }
 
-    PatchedImport _m_clock;
+    ImportHook<&_Now> _m_clock;
 };
 
 class PlantedFiles : public RefreshFixture {
@@ -179,9 +176,6 @@ namespace drives {
 
 std::wstring g_ours;
 std::wstring g_users;
-decltype(&::CreateFileW) g_create = nullptr;
-decltype(&::GetFileAttributesW) g_attributes = nullptr;
-decltype(&::GetFinalPathNameByHandleW) g_finalPath = nullptr;
 
 constexpr std::wstring_view kByDevice = L"\\\\?\\GLOBALROOT\\Device\\KxDisk\\";
 
@@ -203,18 +197,19 @@ std::wstring Real(std::wstring_view path)
 HANDLE WINAPI Create(LPCWSTR path, DWORD access, DWORD share, SECURITY_ATTRIBUTES* security, DWORD how,
                      DWORD flags, HANDLE model)
 {
-    return g_create(Real(path).c_str(), access, share, security, how, flags, model);
+    return ImportHook<&Create>::Original(Real(path).c_str(), access, share, security, how, flags, model);
 }
 
 DWORD WINAPI Attributes(LPCWSTR path)
 {
-    return g_attributes(Real(path).c_str());
+    return ImportHook<&Attributes>::Original(Real(path).c_str());
 }
 
 DWORD WINAPI FinalPath(HANDLE file, LPWSTR path, DWORD room, DWORD /*form*/)
 {
     wchar_t real[2048];
-    const DWORD length = g_finalPath(file, real, ARRAYSIZE(real), VOLUME_NAME_DOS);
+    const DWORD length =
+        ImportHook<&FinalPath>::Original(file, real, DWORD{ARRAYSIZE(real)}, VOLUME_NAME_DOS);
     const std::wstring_view dos(real, length < ARRAYSIZE(real) ? length : 0);
     if (!dos.starts_with(L"\\\\?\\C:\\"))
         return 0;
@@ -230,14 +225,9 @@ DWORD WINAPI FinalPath(HANDLE file, LPWSTR path, DWORD room, DWORD /*form*/)
 
 TEST_F(PlantedFiles, TheUsersDriveLettersDoNotDecideWhereAPolicyIsReadFrom)
 {
-    const PatchedImport create(_m_extension.Get(), "CreateFileW", reinterpret_cast<void*>(&drives::Create));
-    const PatchedImport attributes(_m_extension.Get(), "GetFileAttributesW",
-                                   reinterpret_cast<void*>(&drives::Attributes));
-    const PatchedImport finalPath(_m_extension.Get(), "GetFinalPathNameByHandleW",
-                                  reinterpret_cast<void*>(&drives::FinalPath));
-    drives::g_create = create.Original<decltype(drives::g_create)>();
-    drives::g_attributes = attributes.Original<decltype(drives::g_attributes)>();
-    drives::g_finalPath = finalPath.Original<decltype(drives::g_finalPath)>();
+    const ImportHook<&drives::Create> create(_m_extension.Get(), "CreateFileW");
+    const ImportHook<&drives::Attributes> attributes(_m_extension.Get(), "GetFileAttributesW");
+    const ImportHook<&drives::FinalPath> finalPath(_m_extension.Get(), "GetFinalPathNameByHandleW");
     drives::g_ours = _m_gpo.folder;
     drives::g_users = MakeGpo(kGpoB, {"666"}).folder;
     _m_gpo.folder = L"K:";

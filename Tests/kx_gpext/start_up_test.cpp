@@ -2,10 +2,10 @@
 #include "Agent/engine/kx_gpext/trace_folder.h"
 #include "Common_CPP/util/unique_handle.h"
 #include "Tests/support/handle_count.h"
+#include "Tests/support/hook.h"
 #include "Tests/support/memory_use.h"
 #include "Tests/support/temp_folder.h"
 #include "Tools/host/extension_module.h"
-#include "Tools/host/patched_import.h"
 
 #include <gtest/gtest.h>
 
@@ -196,7 +196,7 @@ BOOL WINAPI NotedCreateDirectory(LPCWSTR, SECURITY_ATTRIBUTES* security)
 TEST(TraceFolder, IsMadeWithTheDocumentedAccessListOnlyWhenMissing)
 {
     const TempFolder folder;
-    const PatchedImport patch("CreateDirectoryW", reinterpret_cast<void*>(&NotedCreateDirectory));
+    const ImportHook<&NotedCreateDirectory> patch("CreateDirectoryW");
     CreateTraceFolder((folder / L"Trace").c_str());
     EXPECT_EQ(g_made, 1);
     EXPECT_FALSE(g_inherits);

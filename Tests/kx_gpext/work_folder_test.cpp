@@ -1,8 +1,8 @@
 // The service's own folder: who may write into it, and that nobody exchanges it under its hands.
 
 #include "Agent/engine/kx_gpext/work_folder.h"
+#include "Tests/support/hook.h"
 #include "Tests/support/temp_folder.h"
-#include "Tools/host/patched_import.h"
 
 #include <gtest/gtest.h>
 
@@ -13,7 +13,6 @@
 namespace {
 
 std::wstring g_access;
-BOOL(WINAPI* g_create)(LPCWSTR, LPSECURITY_ATTRIBUTES) = nullptr;
 SID g_everyone = {SID_REVISION, 1, {SECURITY_WORLD_SID_AUTHORITY}, {SECURITY_WORLD_RID}};
 
 BOOL WINAPI CreateAndKeepAccess(LPCWSTR path, LPSECURITY_ATTRIBUTES security)
@@ -22,7 +21,7 @@ BOOL WINAPI CreateAndKeepAccess(LPCWSTR path, LPSECURITY_ATTRIBUTES security)
     ::ConvertSecurityDescriptorToStringSecurityDescriptorW(security->lpSecurityDescriptor, SDDL_REVISION_1,
                                                            DACL_SECURITY_INFORMATION, text.Put(), nullptr);
     g_access = text.Get();
-    return g_create(path, security);
+    return ImportHook<&CreateAndKeepAccess>::Original(path, security);
 }
 
 BOOL WINAPI OwnerIsAStranger(PSECURITY_DESCRIPTOR /*descriptor*/, PSID* owner, LPBOOL /*defaulted*/)
@@ -34,8 +33,7 @@ BOOL WINAPI OwnerIsAStranger(PSECURITY_DESCRIPTOR /*descriptor*/, PSID* owner, L
 TEST(WorkFolder, IsWritableForTheServiceOnly)
 {
     const TempFolder folder;
-    const PatchedImport create("CreateDirectoryW", reinterpret_cast<void*>(&CreateAndKeepAccess));
-    g_create = create.Original<decltype(g_create)>();
+    const ImportHook<&CreateAndKeepAccess> create("CreateDirectoryW");
     CkxWorkFolder work;
     EXPECT_EQ(work.Enter((folder / L"tmp").c_str()), 0U);
     EXPECT_EQ(g_access, L"D:P(A;OICI;FA;;;SY)(A;OICI;FA;;;BA)(A;OICI;0x1200a9;;;AU)");
@@ -65,15 +63,13 @@ TEST(WorkFolder, RefusesWhatIsNotItsOwn)
     CkxWorkFolder work;
     EXPECT_EQ(work.Enter(folder.Write(L"file", "").c_str()), static_cast<DWORD>(ERROR_DIRECTORY));
     EXPECT_EQ(work.Enter((folder / L"gone\\tmp").c_str()), static_cast<DWORD>(ERROR_PATH_NOT_FOUND));
-    const PatchedImport owner("GetSecurityDescriptorOwner", reinterpret_cast<void*>(&OwnerIsAStranger));
+    const ImportHook<&OwnerIsAStranger> owner("GetSecurityDescriptorOwner");
     EXPECT_EQ(work.Enter((folder / L"tmp").c_str()), static_cast<DWORD>(ERROR_INVALID_OWNER));
 }
 
-decltype(&::GetFileInformationByHandleEx) g_information = nullptr;
-
 BOOL WINAPI OfALink(HANDLE file, FILE_INFO_BY_HANDLE_CLASS kind, void* facts, DWORD size)
 {
-    const BOOL told = g_information(file, kind, facts, size);
+    const BOOL told = ImportHook<&OfALink>::Original(file, kind, facts, size);
     static_cast<FILE_BASIC_INFO*>(facts)->FileAttributes |= FILE_ATTRIBUTE_REPARSE_POINT;
     return told;
 }
@@ -82,8 +78,7 @@ BOOL WINAPI OfALink(HANDLE file, FILE_INFO_BY_HANDLE_CLASS kind, void* facts, DW
 TEST(WorkFolder, RefusesALink)
 {
     const TempFolder folder;
-    const PatchedImport information("GetFileInformationByHandleEx", reinterpret_cast<void*>(&OfALink));
-    g_information = information.Original<decltype(g_information)>();
+    const ImportHook<&OfALink> information("GetFileInformationByHandleEx");
     CkxWorkFolder work;
     EXPECT_EQ(work.Enter((folder / L"tmp").c_str()), static_cast<DWORD>(ERROR_DIRECTORY));
 }
