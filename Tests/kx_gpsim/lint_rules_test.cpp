@@ -1,17 +1,102 @@
-// Each rule finds what it is for, where it is, and nothing else is said about it.
+// Each rule finds what it is for, where it is, and nothing else is said about it; and findings as people,
+// programs and a CI read them.
 
-#include "Tests/kx_gpsim/lint_clean_set.h"
+#include "Tools/kx_gpsim/exit_codes.h"
+#include "Tools/kx_gpsim/lint_input.h"
+#include "Tools/kx_gpsim/lint_json.h"
+#include "Tools/kx_gpsim/lint_junit.h"
+#include "Tools/kx_gpsim/lint_rules.h"
+#include "Tools/kx_gpsim/lint_settings.h"
+#include "Tools/kx_gpsim/lint_text.h"
 
 #include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
 
+#include <map>
 #include <set>
 
 namespace {
 
-using namespace kx_test;
 using std::string;
 using testing::ElementsAre;
+using testing::HasSubstr;
 using testing::IsEmpty;
+
+// The texts of a set's files: "GPO/scope/file", such as "base/machine/Policies.xml". The GPOs' names sort as
+// they stand in the list.
+using SetTexts = std::map<std::string, std::string>;
+
+SetTexts CleanTexts()
+{
+    return {{"1 base/machine/ApplicationGroups.xml",
+             R"(<ApplicationGroups version="5">
+  <ApplicationGroup id="{G1}" name="Installers"/>
+  <ApplicationGroup id="{G2}" name="Updates"/>
+</ApplicationGroups>)"},
+            {"1 base/machine/Policies.xml",
+             R"(<GpoPolicies version="5">
+  <Policy name="Block installers" gpid="{P1}" order="1" action="2">
+    <ItemLevelTargeting><Filters><FilterUser name="*"/></Filters></ItemLevelTargeting>
+    <Targets><ApplicationGroup id="{G1}"/></Targets>
+  </Policy>
+  <Policy name="Elevate updates" gpid="{P2}" order="99999" action="1">
+    <Targets><ApplicationGroup id="{G2}"/></Targets>
+  </Policy>
+</GpoPolicies>)"},
+            {"1 base/machine/Tokens.xml", R"(<Tokens version="5"/>)"},
+            {"1 base/machine/RestrictionRules.xml", R"(<RestrictionRules version="7"/>)"},
+            {"1 base/user/Policies.xml",
+             R"(<GpoPolicies version="5">
+  <Policy name="Greet" gpid="{P3}" order="1" action="10"><Configuration><A>1</A></Configuration></Policy>
+</GpoPolicies>)"},
+            {"2 dairy/machine/Policies.xml",
+             R"(<GpoPolicies version="5">
+  <Policy name="Milk" gpid="{P4}" order="1" action="1"/>
+</GpoPolicies>)"}};
+}
+
+kx::PolicyFile FileOf(const std::string& name)
+{
+    for (const kx::PolicyFile file : {kx::PolicyFile::Policies, kx::PolicyFile::ApplicationGroups,
+                                      kx::PolicyFile::Tokens, kx::PolicyFile::Gui, kx::PolicyFile::Migration})
+        if (const std::wstring_view known = kx::PolicyFileName(file);
+            std::equal(name.begin(), name.end(), known.begin(), known.end(),
+                       [](char a, wchar_t b) { return static_cast<wchar_t>(a) == b; }))
+            return file;
+    return kx::PolicyFile::RestrictionRules;
+}
+
+// The set as the reader would hand it over.
+kx::LintInput InputOf(const SetTexts& texts)
+{
+    kx::LintInput input;
+    input.isKnownFilter = [](std::string_view name) { return name == "FilterUser"; };
+    for (const auto& [path, text] : texts) {
+        const std::size_t first = path.find('/');
+        const std::size_t second = path.find('/', first + 1);
+        const std::string gpo = path.substr(0, first);
+        const kx::Scope scope = path.substr(first + 1, 4) == "user" ? kx::Scope::User : kx::Scope::Machine;
+        if (input.gpos.empty() || input.gpos.back().name != gpo)
+            input.gpos.push_back({gpo, gpo, gpo, {}});
+        std::vector<kx::LintFolder>& folders = input.gpos.back().folders;
+        if (folders.empty() || folders.back().scope != scope)
+            folders.push_back({scope, path.substr(0, second), 1, {}});
+        kx::LintFile file{FileOf(path.substr(second + 1)), path, std::nullopt, kx::ParseXmlTree(text)};
+        EXPECT_TRUE(file.root) << path << " of the test is no XML: " << text;
+        folders.back().files.push_back(std::move(file));
+    }
+    return input;
+}
+
+// "KX1101 2:3" of each finding.
+std::vector<std::string> Ids(const kx::LintReport& report)
+{
+    std::vector<std::string> ids;
+    for (const kx::LintFinding& finding : report.findings)
+        ids.push_back(std::string(finding.rule->id) + ' ' + std::to_string(finding.line) + ':' +
+                      std::to_string(finding.column));
+    return ids;
+}
 
 constexpr const char* kPolicies = "1 base/machine/Policies.xml";
 constexpr const char* kGroups = "1 base/machine/ApplicationGroups.xml";
@@ -191,6 +276,94 @@ TEST(LintRules, EveryIdIsPlantedSomewhere)
         EXPECT_TRUE(planted.contains(string(rule.id))) << rule.id;
     EXPECT_TRUE(std::is_sorted(kx::LintRules().begin(), kx::LintRules().end(),
                                [](const auto& a, const auto& b) { return a.id < b.id; }));
+}
+
+// ---- what is said of them ------------------------------------------------------------------------------
+
+// An error in one file, a note in another whose name and text need care.
+kx::LintReport SampleReport()
+{
+    SetTexts texts = CleanTexts();
+    string& base = texts["1 base/machine/Policies.xml"];
+    base.replace(base.find("action=\"2\""), 10, "action=\"&lt;\x1B&quot;&amp;\"");
+    string& dairy = texts["2 dairy/machine/Policies.xml"];
+    dairy.replace(dairy.find("{P4}"), 4, "{P2}");
+    return kx::Lint(InputOf(texts));
+}
+
+TEST(LintText, IsALineAFindingAsBuildLogsKnowIt)
+{
+    const string text = kx::FormatLintText(SampleReport());
+    EXPECT_THAT(text, HasSubstr("1 base/machine/Policies.xml:2:57: error: the action"));
+    EXPECT_THAT(text, HasSubstr("[KX1402]\n2 dairy/machine/Policies.xml:2:23: note: "));
+    EXPECT_THAT(text, HasSubstr("\n1 error, 0 warnings, 1 note in 6 files\n"));
+    EXPECT_EQ(text.find('\x1B'), string::npos) << "what is in a file must not reach the terminal";
+}
+
+TEST(LintJson, TellsThePlaceAndThePage)
+{
+    const nlohmann::json json = nlohmann::json::parse(kx::FormatLintJson(SampleReport()));
+    EXPECT_EQ(json["totals"]["errors"], 1);
+    const nlohmann::json& finding = json["findings"][0];
+    EXPECT_EQ(finding["id"], "KX1402");
+    EXPECT_EQ(finding["line"], 2);
+    EXPECT_EQ(finding["scope"], "machine");
+    EXPECT_EQ(finding["page"], "Docs/lint.md#kx1402");
+}
+
+TEST(LintJUnit, IsXmlWithAFailureForWhatFails)
+{
+    const kx::LintReport report = SampleReport();
+    for (const auto& [failOn, failures] :
+         {std::pair(kx::LintSeverity::Warning, 1), {kx::LintSeverity::Note, 2}}) {
+        const auto root = kx::ParseXmlTree(kx::FormatLintJUnit(report, failOn));
+        ASSERT_TRUE(root);
+        ASSERT_EQ(root->name, "testsuites");
+        const kx::XmlElement& suite = root->children.at(0);
+        EXPECT_EQ(suite.Value("failures"), std::to_string(failures));
+        EXPECT_EQ(suite.Value("tests"), std::to_string(suite.children.size()));
+        EXPECT_EQ(suite.children.size(), 6U) << "two findings, and four files without one";
+        const auto failed = std::count_if(suite.children.begin(), suite.children.end(),
+                                          [](const auto& each) { return each.FirstChild("failure"); });
+        EXPECT_EQ(failed, failures);
+        const kx::XmlElement* const failure = suite.children.at(0).FirstChild("failure");
+        ASSERT_TRUE(failure);
+        EXPECT_EQ(failure->Value("type"), "KX1402");
+        EXPECT_EQ(failure->Value("message"),
+                  report.findings[0].message.substr(0, 12) + "<\xE2\x90\x9B\"&\" is no number");
+    }
+}
+
+TEST(LintSettings, SilenceByIdAndByGpo)
+{
+    struct Case {
+        const char* silence;
+        std::size_t left;
+    };
+
+    for (const Case& each : {Case{"KX1402", 1}, {"kx1204", 1}, {"KX1402@1 BASE", 1}, {"KX1402@2 dairy", 2}}) {
+        kx::LintReport report = SampleReport();
+        kx::Silence({kx::ParseSilence(each.silence)}, report);
+        EXPECT_EQ(report.findings.size(), each.left) << each.silence;
+        EXPECT_EQ(report.silenced, 2 - each.left) << each.silence;
+    }
+    EXPECT_THROW((void)kx::ParseSilence("KX9999"), kx::UsageError) << "a misspelt id must not be passed over";
+}
+
+TEST(LintSettings, FileSaysWhatIsSilentAndWhatFails)
+{
+    const kx::LintSettings settings =
+        kx::ParseLintSettings(R"({ "lint": { "silence": ["KX1302"], "failOn": "error" } })", "x.json");
+    ASSERT_EQ(settings.silence.size(), 1U);
+    EXPECT_EQ(settings.silence[0].rule->id, "KX1302");
+    EXPECT_FALSE(
+        kx::HasAtLeast({{}, {{kx::FindLintRule("KX1302"), {}, {}, {}, {}, 0, 0, {}}}, 0}, settings.failOn));
+    EXPECT_TRUE(kx::HasAtLeast(SampleReport(), settings.failOn));
+
+    for (const char* const wrong :
+         {"[]", "{}", R"({"lint": {"silence": "KX1302"}})", R"({"lint": {"silence": ["KX13"]}})",
+          R"({"lint": {"failOn": "never"}})", R"({"lint": {"silense": []}})"})
+        EXPECT_THROW((void)kx::ParseLintSettings(wrong, "x.json"), kx::UsageError) << wrong;
 }
 
 } // namespace
