@@ -1,7 +1,9 @@
-// The page as text; how it behaves in a browser is tested in one.
+// The report for programs, whose keys are a promise, and the page as text; how that behaves in a browser is
+// tested in one.
 
 #include "Tests/kx_gpsim/page_runs.h"
 #include "Tools/kx_gpsim/report_html.h"
+#include "Tools/kx_gpsim/report_json.h"
 #include "Tools/kx_gpsim/report_page.h"
 
 #include <gmock/gmock.h>
@@ -14,6 +16,70 @@ using Json = nlohmann::ordered_json;
 using std::string;
 using testing::HasSubstr;
 using testing::Not;
+
+// A difference as a patch, which names the place.
+void ExpectSame(const Json& actual, const char* expected)
+{
+    EXPECT_EQ(Json::diff(Json::parse(expected), actual).dump(2), "[]");
+}
+
+Json SampleJson()
+{
+    return kx::ReportJson(kx::MakeReport(SampleRun()));
+}
+
+TEST(ReportJson, OfAGpo)
+{
+    ExpectSame(SampleJson()["gpos"][1], R"({
+        "pass": 0, "name": "{22222222-0000-0000-0000-00000000ABCD}", "displayName": "Dairy", "folder": null,
+        "link": "LDAP://OU=Dairy,DC=fernhill,DC=example", "linkKind": "ou", "order": 2, "forced": false,
+        "deleted": false,
+        "gpoId": "CN={22222222-0000-0000-0000-00000000abcd},CN=Policies,CN=System,DC=fernhill,DC=example",
+        "somId": "OU=Dairy,DC=fernhill,DC=example", "written": "2026-01-31T10:15:00Z", "taken": 2,
+        "migration": false, "excluded": [],
+        "letThrough": [{"name": "Run the press", "reason": "the registry extension is not registered"}],
+        "complaints": [
+            {"severity": "error", "file": "GUI.xml", "line": 12, "column": 4,
+             "reason": "A string literal was expected"},
+            {"severity": "warning", "file": null, "line": null, "column": null, "reason": "no order"}]})");
+}
+
+TEST(ReportJson, OfPoliciesAndTheirIds)
+{
+    const Json report = SampleJson();
+    ExpectSame(report["policies"][2], R"({
+        "pass": 0, "gpo": 1, "name": "Run the press faster", "id": "{a}", "action": "1", "order": 1000000007,
+        "groups": ["Milkers"], "recorded": true, "standing": "later",
+        "xml": "<Policy name=\"Run the press faster\"/>"})");
+    ExpectSame(report["repeatedIds"], R"([{"id": "{A}", "tied": false, "first": 1, "later": [2, 4]}])");
+}
+
+TEST(ReportJson, OfPassesSettingsAndTotals)
+{
+    const Json report = SampleJson();
+    EXPECT_EQ(report["version"], 1);
+    ExpectSame(report["passes"][1], R"({
+        "scope": "user", "call": "apply", "code": 1252, "delivered": false,
+        "meaning":
+          "the agent was not reached or does not run; the engine calls again even if nothing changes",
+        "documentRoot": null, "document": null, "recorded": 0, "complaints": [], "notes": [], "timeline": []})");
+    ExpectSame(report["settings"], R"([{
+        "pass": 0, "path": "/Configuration/Ui/Colour",
+        "winner": {"value": "green", "precedence": 1000000009, "gpo": 1, "policy": 3},
+        "losers": [{"value": "red", "precedence": 1000100009, "gpo": 0, "policy": 5}]}])");
+    ExpectSame(report["totals"], R"({
+        "gpos": 3, "deletedGpos": 1, "policies": 6, "excludedPolicies": 1, "excludedGpos": 0,
+        "letThrough": 1, "errors": 1, "warnings": 1, "migrations": 0, "repeatedIds": 1, "settings": 1,
+        "contestedSettings": 1, "failedCalls": 1})");
+}
+
+TEST(ReportJson, IsJsonWhateverTheBytes)
+{
+    kx::RunResult run = SampleRun();
+    run.passes[0].policies[0].name = "press \xC3( \x1b";
+    const Json report = Json::parse(kx::FormatReportJson(kx::MakeReport(run)));
+    EXPECT_EQ(report["policies"][4]["name"], "press \xEF\xBF\xBD( \x1b");
+}
 
 string PageOf(const kx::RunResult& run)
 {
@@ -44,15 +110,12 @@ std::size_t Count(const string& text, const string& part)
 TEST(ReportPage, HoldsTheReport)
 {
     const Json data = DataOf(SampleRun());
-    EXPECT_EQ(Json::diff(Json::parse(R"({
+    ExpectSame(data["policies"], R"({
         "pass": [1, 1, 0, 0, 0, 0], "gpo": [3, 3, 1, 1, 0, 0],
         "name": ["Print labels", "Press for users", "Run the press faster", "Dairy settings", "Run the press", "Settings"],
         "id": ["{B}", "{A}", "{a}", "", "{A}", ""], "action": ["1", "1", "1", "10", "1", "10"],
         "order": [7, 9, 1000000007, 1000000009, 1000100007, 1000100009],
-        "recorded": [0, 0, 1, 0, 0, 0], "standing": [0, 1, 2, 0, 2, 0], "groups": [0, 0, 1, 0, 0, 0]})"),
-                         data["policies"])
-                  .dump(2),
-              "[]");
+        "recorded": [0, 0, 1, 0, 0, 0], "standing": [0, 1, 2, 0, 2, 0], "groups": [0, 0, 1, 0, 0, 0]})");
     EXPECT_EQ(data["groupLists"], Json::parse(R"([[], ["Milkers"]])"));
     EXPECT_EQ(data["repeatedIds"][0]["first"], 1);
     EXPECT_EQ(data["settings"][0]["winner"]["value"], "green");
@@ -110,15 +173,12 @@ TEST(ReportPage, TimelineFollowsTheTrace)
         "00:00:00.100 1:Common_CPP/kxwbem/kxwbem_services.cpp(1): ERROR: of a layer below",
         "00:00:00.150 1:.../kx_gpext/gp_process.cpp(71): INFO: GP update sent to agent."};
     const Json timeline = DataOf(run)["timeline"];
-    EXPECT_EQ(Json::diff(Json::parse(R"([
+    ExpectSame(timeline[0], R"([
         {"kind": "call", "gpo": null, "at": 0, "took": 50, "logged": 0, "lines": [{"step": "call", "severity": "",
           "text": "23:59:59.900 1:.../kx_gpext/gp_xml.cpp(67): INFO: Flags = MACHINE"}]},
         {"kind": "gpo", "gpo": 1, "at": 50, "took": 200, "logged": 1, "lines": []},
         {"kind": "sending", "gpo": null, "at": 250, "took": 0, "logged": 0, "lines": [{"step": "sending", "severity": "",
-          "text": "00:00:00.150 1:.../kx_gpext/gp_process.cpp(71): INFO: GP update sent to agent."}]}])"),
-                         timeline[0])
-                  .dump(2),
-              "[]");
+          "text": "00:00:00.150 1:.../kx_gpext/gp_process.cpp(71): INFO: GP update sent to agent."}]}])");
     EXPECT_EQ(timeline[1], Json::array());
 }
 
