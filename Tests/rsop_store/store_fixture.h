@@ -146,12 +146,18 @@ class StoreUser {
         return services->PutInstance(instance, flags, nullptr, nullptr);
     }
 
-    HRESULT Write(const wchar_t* className, const wchar_t* id, int precedence, LONG flags = 0) const
+    /// An instance with its keys, not stored yet.
+    [[nodiscard]] Object Spawn(const wchar_t* className, const wchar_t* id, int precedence) const
     {
-        const Object instance = Spawn(className);
+        Object instance = Spawn(className);
         EXPECT_EQ(S_OK, Put(instance, L"id", id));
         EXPECT_EQ(S_OK, Put(instance, L"precedence", precedence));
-        return PutInstance(instance, flags);
+        return instance;
+    }
+
+    HRESULT Write(const wchar_t* className, const wchar_t* id, int precedence, LONG flags = 0) const
+    {
+        return PutInstance(Spawn(className, id, precedence), flags);
     }
 
     /// `property` of everything that an enumerator still gives.

@@ -2,52 +2,9 @@
 
 #include <atomic>
 #include <functional>
-#include <mutex>
 #include <thread>
 
 namespace {
-
-using ::testing::ElementsAre;
-
-/// Runs a piece of work on a thread of its own and waits for it.
-void OnThread(const std::function<void()>& work)
-{
-    std::thread(work).join();
-}
-
-class StoreThreads : public StoreTest {
-  protected:
-    /// What a session does with its classes: deletes both under the lock, and defines them under it later.
-    void Session(std::mutex& lock) const
-    {
-        {
-            const std::lock_guard held(lock);
-            (void)DeleteClass(L"First");
-            (void)DeleteClass(L"Second");
-        }
-        for (const wchar_t* const name : {L"First", L"Second"}) {
-            const std::lock_guard held(lock);
-            Object present;
-            if (FAILED(Find(name, present)))
-                (void)Register(name);
-        }
-    }
-};
-
-TEST_F(StoreThreads, NeverReportsWorkUnderOneLock)
-{
-    std::mutex lock;
-    const auto sessions = [&] {
-        for (int i = 0; i < 100; ++i) {
-            Session(lock);
-            (void)Get(L"__NAMESPACE"); // asked for without the lock
-        }
-    };
-    std::thread other(sessions);
-    sessions();
-    other.join();
-    EXPECT_FALSE(store.SchemaWorkOverlapped());
-}
 
 /// One class being built on this thread, and what another thread does meanwhile.
 struct OverlapRow {
@@ -90,7 +47,7 @@ TEST(StoreOverlap, CountsAClassAsWorkUntilItIsPutOrGivenUp)
         const Object base = user.Get(L"RSOP_PolicySetting");
         Object built = user.Build(L"Next");
         row.before(user, built);
-        OnThread([&] { row.meanwhile(user, base); });
+        std::thread([&] { row.meanwhile(user, base); }).join();
         EXPECT_EQ(row.overlap, user.store.SchemaWorkOverlapped()) << row.why;
     }
 }
@@ -101,44 +58,11 @@ TEST(StoreOverlap, CountsACallForAsLongAsItRuns)
     std::atomic<bool> nested = false;
     user.store.OnCall([&](const CkxStoreCall&) {
         if (!nested.exchange(true))
-            OnThread([&] { (void)user.DeleteClass(L"Other"); });
+            std::thread([&] { (void)user.DeleteClass(L"Other"); }).join();
         return S_OK;
     });
     (void)user.DeleteClass(L"One");
     EXPECT_TRUE(user.store.SchemaWorkOverlapped());
-}
-
-TEST(StoreObserver, AnswersInPlaceOfACall)
-{
-    StoreUser user;
-    std::vector<std::string> calls;
-    HRESULT answer = S_OK;
-    user.store.OnCall([&](const CkxStoreCall& call) {
-        calls.push_back(std::string(call.interfaceName) + "." + call.method);
-        return answer;
-    });
-    const Object base = user.Get(L"RSOP_PolicySetting");
-    Object derived;
-    CComPtr<IWbemQualifierSet> set;
-    CComPtr<IEnumWbemClassObject> found;
-    EXPECT_EQ(S_OK, base->GetPropertyQualifierSet(L"id", &set));
-    EXPECT_EQ(S_OK, user.Query(L"SELECT * FROM RSOP_PolicySetting", found));
-    EXPECT_EQ(HRESULT{WBEM_S_FALSE}, found->Skip(0, 1));
-    for (const HRESULT injected : {Code(0x80041003), Code(0x8007000E), S_FALSE}) {
-        answer = injected;
-        EXPECT_EQ(answer, base->SpawnDerivedClass(0, &derived));
-        EXPECT_EQ(nullptr, derived.p);
-        EXPECT_EQ(answer, set->Delete(L"Required"));
-        EXPECT_EQ(answer, user.DeleteClass(L"RSOP_PolicySetting"));
-    }
-    EXPECT_THAT(calls, ElementsAre("IWbemServices.GetObject", "IWbemClassObject.GetPropertyQualifierSet",
-                                   "IWbemServices.ExecQuery", "IEnumWbemClassObject.Skip",
-                                   "IWbemClassObject.SpawnDerivedClass", "IWbemQualifierSet.Delete",
-                                   "IWbemServices.DeleteClass", "IWbemClassObject.SpawnDerivedClass",
-                                   "IWbemQualifierSet.Delete", "IWbemServices.DeleteClass",
-                                   "IWbemClassObject.SpawnDerivedClass", "IWbemQualifierSet.Delete",
-                                   "IWbemServices.DeleteClass"));
-    EXPECT_THAT(user.store.Classes(), ElementsAre(L"RSOP_PolicySetting"));
 }
 
 TEST(StoreObserver, MayThrowWithoutHarm)
@@ -166,19 +90,16 @@ TEST(StoreLife, DataLivesAsLongAsAnObject)
     EXPECT_EQ(3u, StoreUser::Rest(found, L"__CLASS").size());
 }
 
-TEST_F(StoreThreads, ServesThreadsAtOnce)
+TEST_F(StoreTest, ServesThreadsAtOnce)
 {
     constexpr int kEach = 500;
     const Object shared = Get(L"Policy");
     std::atomic<int> failures = 0;
     const auto write = [&](const wchar_t letter) {
         for (int i = 0; i < kEach; ++i) {
-            Object instance;
-            const bool written = shared->SpawnInstance(0, &instance) == S_OK &&
-                                 Put(instance, L"id", Numbered(letter, i).c_str()) == S_OK &&
-                                 Put(instance, L"precedence", i) == S_OK && PutInstance(instance) == S_OK &&
-                                 Put(instance, L"name", L"changed after it was put") == S_OK;
-            failures += written ? 0 : 1;
+            const Object instance = Spawn(L"Policy", Numbered(letter, i).c_str(), i);
+            failures +=
+                PutInstance(instance) != S_OK || Put(instance, L"name", L"changed after it was put") != S_OK;
         }
     };
     std::thread one(write, L'a');

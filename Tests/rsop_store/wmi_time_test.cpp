@@ -1,8 +1,12 @@
+// WMI's date-times: their text, the moments they tell, and their parts.
 #include "Tools/rsop_store/wmi_time.h"
+#include "Tools/rsop_store/wmi_time_fields.h"
 
 #include <gtest/gtest.h>
 
+#include <iterator>
 #include <limits>
+#include <vector>
 
 namespace {
 
@@ -19,8 +23,6 @@ struct Pair {
 const Pair c_pairs[] = {
     {"first moment", 0, 0, L"16010101000000.000000+000"},
     {"one microsecond", 10, 0, L"16010101000000.000001+000"},
-    {"first moment, told in the east", 0, 60, L"16010101010000.000000+060"},
-    {"start of the seventies", 116444736000000000, 0, L"19700101000000.000000+000"},
     {"leap day, told in the east", 133536764967890120, 120, L"20240229123456.789012+120"},
     {"new year in the east", 133485228000000000, 330, L"20240101003000.000000+330"},
     {"old year in the west", 133485660005000000, -480, L"20231231230000.500000-480"},
@@ -41,7 +43,6 @@ struct Unwritable {
 const Unwritable c_unwritable[] = {
     {"year 10000", 2650467744000000000, 0},
     {"year 10000 in the east", 2650467743999999999, 1},
-    {"year 10000 in the west too", 2650467780000000000, -60},
     {"year 1600 in the west", c_ticksPerMinute - 1, -1},
     {"sign bit", 0x8000000000000000, 0},
     {"highest number", ~std::uint64_t{0}, -999},
@@ -55,52 +56,40 @@ enum class Kind { Bad, Moment, Vague };
 
 struct Row {
     const char* why;
-    std::wstring_view text;
     Kind kind;
+    std::vector<std::wstring_view> texts;
 };
 
 const Row c_rows[] = {
-    {"wall time of 1600 after the first moment", L"16001231233000.000000-060", Kind::Moment},
-    {"negative zero", L"20240101000000.000000-000", Kind::Moment},
-    {"before the first moment", L"16001231235959.999999+000", Kind::Vague},
-    {"wall time of 1601 before the first moment", L"16010101000000.000000+001", Kind::Vague},
-    {"first year of all", L"00000101000000.000000+000", Kind::Vague},
-    {"interval", L"00000001020304.000005:000", Kind::Vague},
-    {"interval of any number of days", L"99999999235959.999999:000", Kind::Vague},
-    {"interval with unknown parts", L"00000001******.******:000", Kind::Vague},
-    {"nothing known of an interval", L"**************.******:000", Kind::Vague},
-    {"nothing known", L"**************.******+***", Kind::Vague},
-    {"date alone", L"20240229******.******+000", Kind::Vague},
-    {"offset unknown", L"20240229123456.789012-***", Kind::Vague},
-    {"day unknown", L"202402**123456.789012+000", Kind::Vague},
-    {"leap day of some year", L"****0229000000.000000+000", Kind::Vague},
-    {"31st of some month", L"2023**31000000.000000+000", Kind::Vague},
-    {"32nd of some month", L"2023**32000000.000000+000", Kind::Bad},
-    {"30th of February", L"****0230000000.000000+000", Kind::Bad},
-    {"leap day of a common year", L"20230229000000.000000+000", Kind::Bad},
-    {"leap day of a century", L"19000229000000.000000+000", Kind::Bad},
-    {"April 31st", L"20240431000000.000000+000", Kind::Bad},
-    {"month 0", L"20240001000000.000000+000", Kind::Bad},
-    {"month 13", L"20241301000000.000000+000", Kind::Bad},
-    {"day 0", L"20240100000000.000000+000", Kind::Bad},
-    {"hour 24", L"20240101240000.000000+000", Kind::Bad},
-    {"minute 60", L"20240101006000.000000+000", Kind::Bad},
-    {"leap second", L"20161231235960.000000+000", Kind::Bad},
-    {"hour 24 of an interval", L"00000001240000.000000:000", Kind::Bad},
-    {"offset of an interval", L"00000001000000.000000:060", Kind::Bad},
-    {"unknown offset of an interval", L"00000001000000.000000:***", Kind::Bad},
-    {"half a year", L"20**0101000000.000000+000", Kind::Bad},
-    {"half a fraction", L"20240101000000.123***+000", Kind::Bad},
-    {"asterisk for the point", L"20240101000000*000000+000", Kind::Bad},
-    {"asterisk for the sign", L"20240101000000.000000****", Kind::Bad},
-    {"sign in a number", L"2024+101000000.000000+000", Kind::Bad},
-    {"blank in a number", L"2024 101000000.000000+000", Kind::Bad},
-    {"digit beyond ASCII", L"202\uFF140101000000.000000+000", Kind::Bad},
-    {"too short", L"20240101000000.000000+00", Kind::Bad},
-    {"too long", L"20240101000000.000000+0000", Kind::Bad},
-    {"NUL after it", std::wstring_view(L"20240101000000.000000+000\0", 26), Kind::Bad},
-    {"nothing", L"", Kind::Bad},
+    {"wall time of 1600 after the first moment", Kind::Moment, {L"16001231233000.000000-060"}},
+    {"negative zero", Kind::Moment, {L"20240101000000.000000-000"}},
+    {"before the first moment", Kind::Vague, {L"16001231235959.999999+000", L"16010101000000.000000+001"}},
+    {"first year of all", Kind::Vague, {L"00000101000000.000000+000"}},
+    {"intervals", Kind::Vague, {L"00000001020304.000005:000", L"99999999235959.999999:000"}},
+    {"unknown parts of one", Kind::Vague, {L"00000001******.******:000", L"**************.******:000"}},
+    {"nothing known", Kind::Vague, {L"**************.******+***"}},
+    {"date alone", Kind::Vague, {L"20240229******.******+000"}},
+    {"offset or day unknown", Kind::Vague, {L"20240229123456.789012-***", L"202402**123456.789012+000"}},
+    {"some year's or month's", Kind::Vague, {L"****0229000000.000000+000", L"2023**31000000.000000+000"}},
+    {"in none", Kind::Bad, {L"2023**32000000.000000+000", L"****0230000000.000000+000"}},
+    {"no leap year", Kind::Bad, {L"20230229000000.000000+000", L"19000229000000.000000+000"}},
+    {"no such month", Kind::Bad, {L"20240001000000.000000+000", L"20241301000000.000000+000"}},
+    {"no such day", Kind::Bad, {L"20240100000000.000000+000", L"20240431000000.000000+000"}},
+    {"hour 24", Kind::Bad, {L"20240101240000.000000+000", L"00000001240000.000000:000"}},
+    {"60 of them", Kind::Bad, {L"20240101006000.000000+000", L"20161231235960.000000+000"}},
+    {"offset of an interval", Kind::Bad, {L"00000001000000.000000:060", L"00000001000000.000000:***"}},
+    {"half a part", Kind::Bad, {L"20**0101000000.000000+000", L"20240101000000.123***+000"}},
+    {"asterisk for a sign", Kind::Bad, {L"20240101000000*000000+000", L"20240101000000.000000****"}},
+    {"sign or blank in a number", Kind::Bad, {L"2024+101000000.000000+000", L"2024 101000000.000000+000"}},
+    {"digit beyond ASCII", Kind::Bad, {L"202\uFF140101000000.000000+000"}},
+    {"too short or long", Kind::Bad, {L"", L"20240101000000.000000+00", L"20240101000000.000000+0000"}},
+    {"NUL after it", Kind::Bad, {std::wstring_view(L"20240101000000.000000+000\0", 26)}},
 };
+
+using Part = kx::WmiTimePart;
+
+constexpr Part c_parts[] = {Part::Year,    Part::Month,   Part::Day,          Part::Hours,
+                            Part::Minutes, Part::Seconds, Part::Microseconds, Part::Offset};
 
 } // namespace
 
@@ -130,10 +119,79 @@ TEST(WmiTime, WritesNothingBeyondTheCalendar)
 
 TEST(WmiTime, TellsMomentsFromOtherDateTimesAndThoseFromRubbish)
 {
-    for (const Row& row : c_rows) {
-        std::uint64_t ticks = 42;
-        EXPECT_EQ(kx::IsWmiDateTime(row.text), row.kind != Kind::Bad) << row.why;
-        EXPECT_EQ(kx::WmiTimeToTicks(row.text, ticks), row.kind == Kind::Moment) << row.why;
-        EXPECT_EQ(ticks == 42, row.kind != Kind::Moment) << row.why;
+    for (const Row& row : c_rows)
+        for (const std::wstring_view text : row.texts) {
+            SCOPED_TRACE(row.why + (" " + testing::PrintToString(text)));
+            std::uint64_t ticks = 42;
+            EXPECT_EQ(kx::IsWmiDateTime(text), row.kind != Kind::Bad);
+            EXPECT_EQ(kx::WmiTimeToTicks(text, ticks), row.kind == Kind::Moment);
+            EXPECT_EQ(ticks == 42, row.kind != Kind::Moment);
+        }
+}
+
+TEST(WmiTimeFields, PartsOfAPointInTime)
+{
+    kx::WmiTimeFields fields;
+    ASSERT_TRUE(fields.Assign(L"20240229123456.789012-090"));
+    const std::int32_t values[] = {2024, 2, 29, 12, 34, 56, 789012, -90};
+    kx::WmiTimeFields copy;
+    for (std::size_t i = 0; i < std::size(c_parts); ++i) {
+        EXPECT_EQ(fields.Get(c_parts[i]), values[i]) << i;
+        EXPECT_TRUE(fields.IsKnown(c_parts[i]) && copy.Set(c_parts[i], values[i])) << i;
     }
+    EXPECT_EQ(copy.Text(), fields.Text());
+}
+
+TEST(WmiTimeFields, PartsOfAnInterval)
+{
+    kx::WmiTimeFields fields;
+    ASSERT_TRUE(fields.Assign(L"12345678091011.000012:000"));
+    const std::int32_t values[] = {0, 0, 12345678, 9, 10, 11, 12, 0};
+    for (std::size_t i = 0; i < std::size(c_parts); ++i)
+        EXPECT_EQ(fields.Get(c_parts[i]), values[i]) << i;
+    for (const Part missing : {Part::Year, Part::Month, Part::Offset})
+        EXPECT_FALSE(fields.IsKnown(missing) || fields.Set(missing, 1) || fields.SetKnown(missing, true) ||
+                     fields.SetKnown(missing, false));
+    EXPECT_TRUE(fields.Set(Part::Day, 99999999));
+    EXPECT_FALSE(fields.Set(Part::Day, 100000000));
+    EXPECT_EQ(fields.Text(), L"99999999091011.000012:000");
+}
+
+TEST(WmiTimeFields, ChangesItsKindAndKeepsTheTimeOfDay)
+{
+    kx::WmiTimeFields fields;
+    ASSERT_TRUE(fields.Assign(L"20240229123456.789012-090"));
+    fields.MakeInterval(false); // what it is
+    EXPECT_EQ(fields.Text(), L"20240229123456.789012-090");
+    fields.MakeInterval(true);
+    EXPECT_EQ(fields.Text(), L"00000000123456.789012:000");
+    fields.MakeInterval(false);
+    EXPECT_EQ(fields.Text(), L"00000101123456.789012+000");
+}
+
+TEST(WmiTimeFields, RefusedChangesChangeNothing)
+{
+    kx::WmiTimeFields fields;
+    EXPECT_FALSE(fields.Assign(L"20230229000000.000000+000"));
+    for (const Part part : c_parts)
+        EXPECT_FALSE(fields.Set(part, 1000000) || fields.Set(part, -1000) ||
+                     fields.Set(part, (std::numeric_limits<std::int32_t>::min)()));
+    EXPECT_FALSE(fields.Set(Part::Month, 0) || fields.Set(Part::Day, 0) || fields.Set(Part::Hours, -1));
+    EXPECT_EQ(fields.Text(), L"00000101000000.000000+000");
+}
+
+TEST(WmiTimeFields, UnknownPartsBecomeTheLowest)
+{
+    kx::WmiTimeFields fields;
+    ASSERT_TRUE(fields.Assign(L"20240229123456.789012-090"));
+    EXPECT_TRUE(fields.SetKnown(Part::Day, true));
+    EXPECT_EQ(fields.Text(), L"20240229123456.789012-090") << "known already";
+    for (const Part part : c_parts) {
+        EXPECT_TRUE(fields.SetKnown(part, false)) << static_cast<int>(part);
+        EXPECT_EQ(fields.Get(part), 0) << static_cast<int>(part);
+    }
+    EXPECT_EQ(fields.Text(), L"**************.******-***");
+    for (const Part part : c_parts)
+        EXPECT_TRUE(fields.SetKnown(part, true)) << static_cast<int>(part);
+    EXPECT_EQ(fields.Text(), L"00000101000000.000000+000");
 }
