@@ -1,44 +1,23 @@
 // What the tests of the XML layer share.
 #pragma once
 
-#include "Common_CPP/trace/trace_control.h"
-#include "Common_CPP/util/utf8.h"
-#include "Common_CPP/util/util.h"
 #include "Common_CPP/xml/xml.h"
+#include "Tests/support/com_scope.h"
 #include "Tests/support/patched_slot.h"
+#include "Tests/support/recorded_trace.h"
+#include "Tests/support/temp_folder.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
-#include <fstream>
-#include <iterator>
 #include <string>
 
 /// COM, a folder of the test's own, and the trace lines since they were last asked for.
 class XmlTest : public ::testing::Test {
   protected:
-    void SetUp() override
-    {
-        wchar_t temporary[MAX_PATH] = {};
-        ASSERT_NE(::GetTempPathW(MAX_PATH, temporary), 0U);
-        folder.Format(L"%skx_xml_test_%lu", temporary, ::GetCurrentProcessId());
-        ::CreateDirectoryW(folder, nullptr);
-        ASSERT_TRUE(kx::WideToUtf8(kx::View(Path(L"trace.log")), _m_trace));
-        ASSERT_TRUE(D_ToFile(_m_trace));
-        (void)Traced();
-    }
-
-    CString Path(const wchar_t* name) const { return folder + L"\\" + name; }
+    CString Path(const wchar_t* name) const { return (folder / name).c_str(); }
 
     /// What was traced since the last call.
-    std::string Traced()
-    {
-        std::ifstream file(_m_trace, std::ios::binary);
-        file.seekg(_m_traceRead);
-        std::string lines{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-        _m_traceRead += static_cast<std::streamoff>(lines.size());
-        return lines;
-    }
+    std::string Traced() { return _m_trace.Take(); }
 
     /// Whether exactly one line was traced, and it holds `text`.
     ::testing::AssertionResult TracedOnly(const std::string& text)
@@ -76,26 +55,18 @@ class XmlTest : public ::testing::Test {
     {
         CString xml;
         EXPECT_TRUE(node.GetXml(xml));
-        std::wstring dense;
-        for (const wchar_t character : std::wstring(xml.GetString()))
-            if (character != L'\r' && character != L'\n' && character != L'\t')
-                dense += character;
+        std::wstring dense = xml.GetString();
+        std::erase_if(dense, [](wchar_t character) {
+            return character == L'\r' || character == L'\n' || character == L'\t';
+        });
         return dense;
     }
 
-    CString folder;
+    TempFolder folder;
 
   private:
-    /// Before all else and to the end: members of the tests are documents.
-    struct Com {
-        Com() { EXPECT_TRUE(SUCCEEDED(::CoInitializeEx(nullptr, COINIT_MULTITHREADED))); }
-
-        ~Com() { ::CoUninitialize(); }
-    };
-
-    Com _m_com;
-    std::string _m_trace;
-    std::streamoff _m_traceRead = 0;
+    ComScope _m_com; // before what the tests have of their own, and to the end
+    RecordedTrace _m_trace;
 };
 
 /// One document, for the tests of nodes.

@@ -1,9 +1,8 @@
 #include "Tests/xml/xml_fixture.h"
 
-#include "Common_CPP/util/number_text.h"
+#include "Tests/support/memory_use.h"
 
 #include <gmock/gmock.h>
-#include <psapi.h>
 
 #include <functional>
 #include <iterator>
@@ -15,25 +14,17 @@ namespace {
 
 /// Reads attribute and text of the same content; both must agree with `expected` or leave the sentinel.
 template <class T>
-void ExpectReads(const CkxXMLNode& node, bool asAttribute, bool asText, T expected, T sentinel,
-                 const char* type)
+void ExpectReads(const CkxXMLNode& node, bool reads, T expected, T sentinel, const char* type)
 {
     T value = sentinel;
-    EXPECT_EQ(node.GetAttribute(L"v", value), asAttribute) << type << " attribute";
-    EXPECT_TRUE(value == (asAttribute ? expected : sentinel)) << type << " attribute";
+    EXPECT_EQ(node.GetAttribute(L"v", value), reads) << type << " attribute";
+    EXPECT_TRUE(value == (reads ? expected : sentinel)) << type << " attribute";
     value = sentinel;
-    EXPECT_EQ(node.GetText(value), asText) << type << " text";
-    EXPECT_TRUE(value == (asText ? expected : sentinel)) << type << " text";
+    EXPECT_EQ(node.GetText(value), reads) << type << " text";
+    EXPECT_TRUE(value == (reads ? expected : sentinel)) << type << " text";
 }
 
 constexpr GUID kGuid = {0x5B3E7C21, 0x9D4A, 0x4E86, {0xA1, 0xF2, 0x7C, 0x09, 0xD3, 0xB6, 0xE5, 0x4A}};
-
-SIZE_T PrivateBytes()
-{
-    PROCESS_MEMORY_COUNTERS memory{};
-    EXPECT_TRUE(::K32GetProcessMemoryInfo(::GetCurrentProcess(), &memory, sizeof memory));
-    return memory.PagefileUsage;
-}
 
 ULONG ReferencesOf(IUnknown* object)
 {
@@ -49,44 +40,40 @@ TEST_F(XmlNodeTest, TypedReadsTakeExactlyOneFieldOrLeaveTheValue)
         const wchar_t* text;
         bool isInt;
         int asInt;
-        bool isBool;
         bool isShort;
         SHORT asShort;
         long long as64;
     } rows[] = {
-        {L"12", true, 12, false, true, 12, 12},
-        {L"+7", true, 7, false, true, 7, 7},
-        {L"-1", true, -1, false, false, 0, -1},
-        {L"65535", true, 65535, false, true, -1, 65535},
-        {L"65536", true, 65536, false, false, 0, 65536},
-        {L"99999999999", true, 1215752191, false, false, 0, 99999999999},
-        {L"", false, 0, false, false, 0, 0},
-        {L"12x", false, 0, false, false, 0, 0},
-        {L"1.5", false, 0, false, false, 0, 0},
-        {L"true", false, 0, true, false, 0, 0},
-        {L"TRUE", false, 0, false, false, 0, 0},
+        {L"12", true, 12, true, 12, 12},
+        {L"+7", true, 7, true, 7, 7},
+        {L"-1", true, -1, false, 0, -1},
+        {L"65535", true, 65535, true, -1, 65535},
+        {L"65536", true, 65536, false, 0, 65536},
+        {L"99999999999", true, 1215752191, false, 0, 99999999999},
+        {L"", false, 0, false, 0, 0},
+        {L"12x", false, 0, false, 0, 0},
+        {L"1.5", false, 0, false, 0, 0},
+        {L"true", false, 0, false, 0, 0},
+        {L"TRUE", false, 0, false, 0, 0},
     };
 
     for (const auto& row : rows) {
         SCOPED_TRACE(CString(row.text).GetString());
         CkxXMLNode node = Parse(L"<a v=''/>");
         ASSERT_TRUE(node.SetAttribute(L"v", row.text) && node.SetText(row.text));
-        const bool isInt = row.isInt;
-        ExpectReads<int>(node, isInt, isInt, row.asInt, -77, "int");
-        ExpectReads<unsigned>(node, isInt, isInt, static_cast<unsigned>(row.asInt), 77, "unsigned");
-        ExpectReads<unsigned long>(node, isInt, isInt, static_cast<unsigned long>(row.asInt), 77,
+        ExpectReads<int>(node, row.isInt, row.asInt, -77, "int");
+        ExpectReads<unsigned>(node, row.isInt, static_cast<unsigned>(row.asInt), 77, "unsigned");
+        ExpectReads<unsigned long>(node, row.isInt, static_cast<unsigned long>(row.asInt), 77,
                                    "unsigned long");
-        ExpectReads<long long>(node, isInt, isInt, row.as64, -77, "64 bits");
-        ExpectReads<unsigned long long>(node, isInt, isInt, static_cast<unsigned long long>(row.as64), 77,
+        ExpectReads<long long>(node, row.isInt, row.as64, -77, "64 bits");
+        ExpectReads<unsigned long long>(node, row.isInt, static_cast<unsigned long long>(row.as64), 77,
                                         "64 bits unsigned");
-        ExpectReads<bool>(node, row.isBool, row.isBool, true, false, "bool");
-        ExpectReads<bool>(node, row.isBool, row.isBool, true, true, "bool");
+        const bool isBool = row.text == std::wstring_view(L"true");
+        ExpectReads<bool>(node, isBool, true, false, "bool");
+        ExpectReads<bool>(node, isBool, true, true, "bool");
         (void)Traced();
-        ExpectReads<SHORT>(node, row.isShort, row.isShort, row.asShort, 77, "SHORT");
-        const CString wide = kx::FormatInt<wchar_t>(row.asInt).Get();
-        std::string number;
-        ASSERT_TRUE(kx::WideToUtf8(kx::View(wide), number));
-        const bool complains = Traced().find("ERROR: Conversion from INT " + number +
+        ExpectReads<SHORT>(node, row.isShort, row.asShort, 77, "SHORT");
+        const bool complains = Traced().find("ERROR: Conversion from INT " + std::to_string(row.asInt) +
                                              " to SHORT causes loss of data") != std::string::npos;
         EXPECT_EQ(complains, row.isInt && !row.isShort);
     }
@@ -240,10 +227,7 @@ TEST_F(XmlNodeTest, WhereMemoryIsGoneNothingIsTakenForAbsent)
 
 TEST_F(XmlNodeTest, TextOfMixedContent)
 {
-    const struct {
-        const wchar_t* xml;
-        const wchar_t* text;
-    } rows[] = {
+    const std::pair<const wchar_t*, const wchar_t*> rows[] = {
         {L"<a>  hi  </a>", L"hi"},
         {L"<a>t <b>x</b> u</a>", L"t x u"},
         {L"<a><![CDATA[  <c>  ]]></a>", L"  <c>  "},
@@ -251,9 +235,8 @@ TEST_F(XmlNodeTest, TextOfMixedContent)
         {L"<a>\xD83D\xDE00\x4E2D&amp;&#x1F600;</a>", L"\xD83D\xDE00\x4E2D&\xD83D\xDE00"},
         {L"<a/>", L""},
     };
-
-    for (const auto& row : rows)
-        EXPECT_EQ(Text(Parse(row.xml)), row.text) << CString(row.xml).GetString();
+    for (const auto& [xml, text] : rows)
+        EXPECT_EQ(Text(Parse(xml)), text) << xml;
 }
 
 TEST_F(XmlNodeTest, SetTextReplacesTheFirstTextOrAddsOne)
@@ -347,7 +330,7 @@ TEST_F(XmlNodeTest, NoObjectIsKept)
         }
     };
     work(2000);
-    const SIZE_T before = PrivateBytes();
+    const std::size_t before = PrivateBytes();
     work(20000);
     EXPECT_LT(PrivateBytes(), before + 500000) << "a reference kept a round costs a megabyte";
 }
