@@ -2,7 +2,8 @@
 #pragma once
 
 #include "Common_CPP/kxwbem/kxwbem.h"
-#include "Common_CPP/trace/trace_control.h"
+#include "Tests/support/com_scope.h"
+#include "Tests/support/recorded_trace.h"
 #include "Tools/rsop_store/rsop_store.h"
 #include "Tools/rsop_store/swbem_date_time.h"
 
@@ -31,7 +32,6 @@ class WbemTest : public ::testing::Test {
         ASSERT_EQ(m_dateTimes.Status(), S_OK);
         m_store.OnCall([this](const CkxStoreCall& call) { return _Answer(call); });
         services = CkxWbemServicesPtr(m_store.Services());
-        D_ToGeneric(&_Gather, &_m_trace);
         ASSERT_TRUE(D_Directive("prefix@file@@all@<%CLASS>.<%STACK>:"));
         ASSERT_TRUE(D_Directive("print@file@@all@on"));
         (void)Traced();
@@ -39,14 +39,13 @@ class WbemTest : public ::testing::Test {
 
     void TearDown() override
     {
-        D_ToGeneric(nullptr, nullptr);
         services.Release();
         EXPECT_EQ(m_store.LiveObjects(), 0U);
         EXPECT_EQ(CkxDateTimeClass::LiveObjects(), 0);
     }
 
     /// What was traced since the last call.
-    std::string Traced() { return std::exchange(_m_trace, {}); }
+    std::string Traced() { return _m_trace.Take(); }
 
     /// From now on the calls of that method answer `hr` and do nothing, after `spared` more that are made.
     /// Methods of qualifier sets are "qualifier ...", those of enumerators "result ...".
@@ -98,18 +97,6 @@ class WbemTest : public ::testing::Test {
     }
 
   private:
-    /// First of all members and to the end.
-    struct Com {
-        Com() { EXPECT_TRUE(SUCCEEDED(::CoInitializeEx(nullptr, COINIT_MULTITHREADED))); }
-
-        ~Com() { ::CoUninitialize(); }
-    };
-
-    static void _Gather(void* context, const char* text, std::size_t length)
-    {
-        static_cast<std::string*>(context)->append(text, length);
-    }
-
     HRESULT _Answer(const CkxStoreCall& call)
     {
         const std::string_view interfaceName = call.interfaceName;
@@ -122,8 +109,8 @@ class WbemTest : public ::testing::Test {
         return fails ? _m_answer : S_OK;
     }
 
-    Com _m_com;
-    std::string _m_trace;
+    ComScope _m_com; // first of all members and to the end
+    RecordedTrace _m_trace;
     std::string _m_fault;
     HRESULT _m_answer = S_OK;
     int _m_spared = 0;
