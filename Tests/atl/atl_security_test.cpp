@@ -37,12 +37,15 @@ TOKEN_TYPE TypeOf(const CAccessToken& token)
 TEST(CSidTest, WellKnownOnesHaveTextAndNames)
 {
     EXPECT_STREQ(Sids::World().Sid(), L"S-1-1-0");
-    EXPECT_STREQ(Sids::Admins().Sid(), L"S-1-5-32-544");
-    EXPECT_STREQ(Sids::System().Sid(), L"S-1-5-18");
-    const CSid system = Sids::System();
-    EXPECT_STRNE(system.AccountName(), L"");
-    EXPECT_STRNE(system.Domain(), L"");
-    EXPECT_STREQ(CSid(system).AccountName(), system.AccountName());
+    CSid sid = Sids::Admins();
+    EXPECT_STREQ(sid.Sid(), L"S-1-5-32-544");
+    sid = Sids::System();
+    EXPECT_STREQ(sid.Sid(), L"S-1-5-18") << "the text follows";
+    EXPECT_STRNE(sid.AccountName(), L"");
+    EXPECT_STRNE(sid.Domain(), L"");
+    EXPECT_STREQ(CSid(sid).AccountName(), sid.AccountName());
+    sid = CSid();
+    EXPECT_STREQ(sid.Sid(), L"");
 }
 
 TEST(CSidTest, HoldsTheLongestAndRefusesTheIllFormed)
@@ -68,16 +71,6 @@ TEST(CSidTest, HoldsTheLongestAndRefusesTheIllFormed)
         EXPECT_STREQ(invalid.AccountName(), L"");
         EXPECT_TRUE(invalid == CSid());
     }
-}
-
-TEST(CSidTest, TextFollowsAssignment)
-{
-    CSid sid = Sids::World();
-    EXPECT_STREQ(sid.Sid(), L"S-1-1-0");
-    sid = Sids::System();
-    EXPECT_STREQ(sid.Sid(), L"S-1-5-18");
-    sid = CSid();
-    EXPECT_STREQ(sid.Sid(), L"");
 }
 
 TEST(CAccessTokenTest, FindsTheTokenInEffect)

@@ -53,12 +53,3 @@ TEST(Guid, OrderIsTheOneOfTheTexts)
         EXPECT_LT(Parsed(ascending[i - 1]), Parsed(ascending[i])) << i;
     EXPECT_TRUE(Parsed(ascending[0]).IsNull());
 }
-
-TEST(Guid, NewOnesDiffer)
-{
-    CkxGUID a;
-    CkxGUID b;
-    ASSERT_EQ(CkxGUID::Create(a), S_OK);
-    ASSERT_EQ(CkxGUID::Create(b), S_OK);
-    EXPECT_TRUE(!a.IsNull() && a != b);
-}

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
 #include <utility>
 #include <vector>
 
@@ -35,8 +34,6 @@ struct Operation {
     std::vector<int> closed;
 };
 
-class UniqueHandleOperation : public ::testing::TestWithParam<Operation> {};
-
 const Operation c_operations[] = {
     {"Nothing", [](Owner&) {}, 1, {}},
     {"Release", [](Owner& owner) { EXPECT_EQ(owner.Release(), 1); }, -1, {}},
@@ -52,76 +49,58 @@ const Operation c_operations[] = {
     {"MoveAssignItself", [](Owner& owner) { owner = std::move(static_cast<Owner&>(owner)); }, 1, {}},
 };
 
-TEST_P(UniqueHandleOperation, ClosesOnceAndKeepsTheLastError)
-{
-    RecordingTraits::closed.clear();
-    std::vector<int> closed;
-    ::SetLastError(c_magicError);
-    {
-        Owner owner(1);
-        GetParam().run(owner);
-        EXPECT_EQ(owner.Get(), GetParam().held);
-        EXPECT_EQ(static_cast<bool>(owner), GetParam().held != -1);
-        closed = RecordingTraits::closed;
-    }
-    const DWORD error = ::GetLastError();
-    EXPECT_EQ(error, c_magicError);
-    EXPECT_EQ(closed, GetParam().closed);
-    if (GetParam().held != -1)
-        closed.push_back(GetParam().held);
-    EXPECT_EQ(RecordingTraits::closed, closed) << "after destruction";
-}
-
-INSTANTIATE_TEST_SUITE_P(All, UniqueHandleOperation, ::testing::ValuesIn(c_operations),
-                         [](const auto& row) { return std::string(row.param.name); });
-
-bool IsOpen(HANDLE handle)
-{
-    DWORD flags = 0;
-    return ::GetHandleInformation(handle, &flags) != FALSE;
-}
-
-HANDLE OpenSelf()
-{
-    wchar_t path[MAX_PATH];
-    ::GetModuleFileNameW(nullptr, path, MAX_PATH);
-    return ::CreateFileW(path, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr);
-}
-
 } // namespace
 
-TEST(UniqueHandleTest, KernelObjectsAndFilesAreClosed)
+TEST(UniqueHandleTest, EveryOperationClosesOnceAndKeepsTheLastError)
 {
-    CkxHandle event(::CreateEventW(nullptr, TRUE, FALSE, nullptr));
-    CkxFileHandle file(OpenSelf());
-    const HANDLE raw[] = {event.Get(), file.Get()};
-    ASSERT_TRUE(event && file && IsOpen(raw[0]) && IsOpen(raw[1]));
-    event.Reset();
-    file.Reset();
-    EXPECT_TRUE(!IsOpen(raw[0]) && !IsOpen(raw[1]));
-    EXPECT_EQ(file.Get(), INVALID_HANDLE_VALUE);
-    EXPECT_EQ(event.Get(), nullptr);
+    for (const Operation& row : c_operations) {
+        SCOPED_TRACE(row.name);
+        RecordingTraits::closed.clear();
+        std::vector<int> closed;
+        ::SetLastError(c_magicError);
+        {
+            Owner owner(1);
+            row.run(owner);
+            EXPECT_EQ(owner.Get(), row.held);
+            EXPECT_EQ(static_cast<bool>(owner), row.held != -1);
+            closed = RecordingTraits::closed;
+        }
+        const DWORD error = ::GetLastError();
+        EXPECT_EQ(error, c_magicError);
+        EXPECT_EQ(closed, row.closed);
+        if (row.held != -1)
+            closed.push_back(row.held);
+        EXPECT_EQ(RecordingTraits::closed, closed) << "after destruction";
+    }
 }
 
-TEST(UniqueHandleTest, KeysAndModulesAreClosed)
+TEST(UniqueHandleTest, EachKindIsClosedByItsOwnCall)
 {
+    const auto isOpen = [](HANDLE handle) {
+        DWORD flags = 0;
+        return ::GetHandleInformation(handle, &flags) != FALSE;
+    };
+    CkxHandle event(::CreateEventW(nullptr, TRUE, FALSE, nullptr));
+    CkxFileHandle file(::CreateFileW(L"C:\\windows\\win.ini", GENERIC_READ, FILE_SHARE_READ, nullptr,
+                                     OPEN_EXISTING, 0, nullptr));
+    const HANDLE rawEvent = event.Get();
+    const HANDLE rawFile = file.Get();
+    ASSERT_TRUE(event && file && isOpen(rawEvent) && isOpen(rawFile));
+    event.Reset();
+    file.Reset();
+    EXPECT_TRUE(!isOpen(rawEvent) && !isOpen(rawFile));
+    EXPECT_TRUE(file.Get() == INVALID_HANDLE_VALUE && event.Get() == nullptr);
+
     CkxRegKeyHandle key;
     ASSERT_EQ(::RegOpenKeyExW(HKEY_CURRENT_USER, L"Software", 0, KEY_READ, key.Put()), ERROR_SUCCESS);
     const HKEY rawKey = key.Get();
     key.Reset();
-    EXPECT_EQ(::RegQueryInfoKeyW(rawKey, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
-                                 nullptr, nullptr, nullptr, nullptr),
-              ERROR_INVALID_HANDLE);
+    EXPECT_EQ(::RegQueryValueExW(rawKey, nullptr, nullptr, nullptr, nullptr, nullptr), ERROR_INVALID_HANDLE);
 
     ASSERT_EQ(::GetModuleHandleW(L"cabinet.dll"), nullptr);
-    CkxModule module(::LoadLibraryW(L"cabinet.dll"));
-    ASSERT_TRUE(module);
-    module.Reset();
+    CkxModule(::LoadLibraryW(L"cabinet.dll")).Reset();
     EXPECT_EQ(::GetModuleHandleW(L"cabinet.dll"), nullptr);
-}
 
-TEST(UniqueHandleTest, SearchesAndMemoryAreFreed)
-{
     WIN32_FIND_DATAW found;
     CkxFindHandle search(::FindFirstFileW(L"C:\\windows\\*", &found));
     ASSERT_TRUE(search);
@@ -131,7 +110,6 @@ TEST(UniqueHandleTest, SearchesAndMemoryAreFreed)
 
     const HLOCAL movable = ::LocalAlloc(LMEM_MOVEABLE, 16);
     ASSERT_NE(movable, nullptr);
-    CkxLocalMemory<void> memory(movable);
-    memory.Reset();
+    CkxLocalMemory<void>(movable).Reset();
     EXPECT_EQ(::LocalSize(movable), 0u);
 }
