@@ -164,26 +164,23 @@ TEST(Directory, CreatesWhatIsMissingOnly)
 {
     const TempFolder folder;
 
-    struct Row {
+    const CString blocked = folder.Write(L"a_file", "x").c_str();
+
+    const struct {
         const char* why;
         CString path;
         DWORD error;
-    };
-
-    const CString blocked = folder.Write(L"a_file", "x").c_str();
-    const Row rows[] = {
+    } rows[] = {
         {"three levels, slashes and dots", In(folder, L"a/b\\.\\c\\"), ERROR_SUCCESS},
         {"there already", In(folder, L"a\\b"), ERROR_SUCCESS},
-        {"root", L"C:\\", ERROR_SUCCESS},
         {"a file in its place", blocked, ERROR_ALREADY_EXISTS},
         {"a file on the way", blocked + L"\\a", ERROR_ALREADY_EXISTS},
         {"no path", L"", ERROR_BAD_PATHNAME},
     };
-    for (const Row& row : rows)
+
+    for (const auto& row : rows)
         EXPECT_EQ(CkxDirectory(row.path).CreateAll(), row.error) << row.why;
-    EXPECT_NE(CkxDirectory(L"Q:\\a\\b").CreateAll(), c_ok); // 2 or 3
     EXPECT_TRUE(CkxFSEntry(In(folder, L"a\\b\\c")).Exists());
-    EXPECT_EQ(CkxDirectory(In(folder, L"a")).Create(), DWORD{ERROR_ALREADY_EXISTS});
 
     EXPECT_EQ(CkxDirectory::CreateContainingDirectory(In(folder, L"x\\y\\file.txt")), c_ok);
     EXPECT_TRUE(CkxFSEntry(In(folder, L"x\\y")).Exists() &&

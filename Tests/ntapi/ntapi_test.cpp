@@ -49,24 +49,19 @@ TEST(NtApi, OpensOnlyInsideTheFolder)
     const CkxFileHandle inner(::CreateFileW(path.c_str(), FILE_LIST_DIRECTORY, FILE_SHARE_READ, nullptr,
                                             OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
 
-    struct Row {
-        std::wstring name;
-        NTSTATUS status;
-    };
-
     constexpr auto invalid = static_cast<NTSTATUS>(0xC000000D);
-    const Row rows[] = {
+    const std::pair<std::wstring, NTSTATUS> rows[] = {
         {L"FILE.txt", 0},        {L"none", static_cast<NTSTATUS>(0xC0000034)},
         {L"", invalid},          {L".", invalid},
         {L"..", invalid},        {L"..\\outside.txt", invalid},
         {L"\\windows", invalid}, {std::wstring(40000, L'n'), invalid},
     };
-    for (const Row& row : rows) {
+    for (const auto& [name, expected] : rows) {
         HANDLE opened = nullptr;
-        const NTSTATUS status = CkxNTAPI::OpenInFolder(
-            inner.Get(), row.name, FILE_READ_ATTRIBUTES | SYNCHRONIZE, FILE_SYNCHRONOUS_IO_NONALERT, opened);
+        const NTSTATUS status = CkxNTAPI::OpenInFolder(inner.Get(), name, FILE_READ_ATTRIBUTES | SYNCHRONIZE,
+                                                       FILE_SYNCHRONOUS_IO_NONALERT, opened);
         const CkxHandle held(opened);
-        EXPECT_EQ(status, row.status) << testing::PrintToString(row.name);
-        EXPECT_EQ(static_cast<bool>(held), row.status == 0);
+        EXPECT_EQ(status, expected) << testing::PrintToString(name);
+        EXPECT_EQ(static_cast<bool>(held), expected == 0);
     }
 }

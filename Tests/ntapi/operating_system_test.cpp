@@ -28,7 +28,6 @@ const TextRow c_textRows[] = {
     {{10, 0, 14393, 0, 0, c_server, 0x0D, c_x64},
      L"Windows Server 2016 Standard (core), version 10.0.14393, x64, server"},
     {{10, 0, 17763, 0, 0, c_server, 0, c_x64}, L"Windows Server 2019, version 10.0.17763, x64, server"},
-    {{10, 0, 18362, 0, 0, c_server, 0, c_x64}, L"Windows Server, version 10.0.18362, x64, server"},
     {{10, 0, 20348, 0, 0, c_server, 0xFEDC, 0x1234},
      L"Windows Server 2022 edition 0xFEDC, version 10.0.20348, machine 0x1234, server"},
     {{12, 0, 1, 0, 0, c_workstation, 0, c_x64}, L"Windows, version 12.0.1, x64, workstation"},
