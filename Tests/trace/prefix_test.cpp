@@ -43,7 +43,6 @@ TEST(Prefix, ShowsFields)
     } rows[] = {
         {"the default", "<%PID>:<%FILE>(<%LINE>):", "12:.../b/c/d.cpp(56): "},
         {"a blank at the end is not doubled", "<%LINE> ", "56 "},
-        {"nothing stays nothing", "", ""},
         {"only the first of a token", "<%LINE><%LINE>", "56<%LINE> "},
         {"date and time", "<%YEAR>-<%MONTH>-<%DAY> <%HOUR>:<%MIN>:<%SEC>.<%MSEC>",
          "2026-03-04 05:06:07.008 "},
@@ -125,10 +124,8 @@ TEST(FileStrip, KeepsTheLastComponents)
         std::string shown;
     } rows[] = {
         {"three components", "C:\\a\\b\\c\\d.cpp", 3, ".../b/c/d.cpp"},
-        {"the bare name", "C:\\a\\b\\c\\d.cpp", 1, "d.cpp"},
         {"the whole path", "C:\\a\\d.cpp", 0, "C:/a/d.cpp"},
         {"no slash", "d.cpp", 3, "d.cpp"},
-        {"too few slashes", "b/d.cpp", 3, "b/d.cpp"},
         {"nothing to gain within the first four characters", "abc/b/c/d.cpp", 3, "abc/b/c/d.cpp"},
         {"from the fifth on", "abcd/b/c/d.cpp", 3, ".../b/c/d.cpp"},
         {"a slash in front, level 1", "/d.cpp", 1, "d.cpp"},

@@ -4,8 +4,8 @@
 
 #include <gtest/gtest.h>
 
-#include <initializer_list>
 #include <map>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -55,38 +55,30 @@ TEST(RotatedNames, RecognisesItsOwnNamesOnly)
 {
     struct Row {
         const char* pattern;
-        const char* name;
         std::uint32_t number; // 0: none of ours
+        std::vector<std::string> names;
     };
 
     const Row rows[] = {
-        {"", "kx.trace.1", 1},
-        {"", "KX.Trace.27", 27},
-        {"", "kx.trace.2147483647", 2147483647},
-        {"", "kx.trace.2147483648", 0},
-        {"", "kx.trace.99999999999", 0},
-        {"", "kx.trace.0", 0},
-        {"", "kx.trace.01", 0}, // would become another file's name
-        {"", "kx.trace.", 0},
-        {"", "kx.trace", 0},
-        {"", "kx.trace.1.bak", 0},
-        {"", "kx.trace.-1", 0},
-        {"", "akx.trace.1", 0},
-        {"", "", 0},
-        {"o<%NUM>.log", "o12.log", 12},
-        {"o<%NUM>.log", "o12.txt", 0},
-        {"o<%NUM>.log", "o.log", 0},
-        {"<%YEAR><%MONTH><%DAY><%NUM>", "199912315", 5},
-        {"<%YEAR><%MONTH><%DAY><%NUM>", "19991231", 0},
-        {"<%YEAR><%MONTH><%DAY><%NUM>", "1999x2315", 0},
-        {"<%NUM>_<%MSEC>", "3_123", 3},
-        {"<%NUM>_<%MSEC>", "3_12", 0},
-        {"<%PID><%NUM>", "42421", 1},
-        {"<%PID><%NUM>", "42431", 0}, // another process
+        {"", 1, {"kx.trace.1"}},
+        {"", 27, {"KX.Trace.27"}},
+        {"", 2147483647, {"kx.trace.2147483647"}},
+        {"", 0, {"kx.trace.2147483648", "kx.trace.99999999999", "kx.trace.-1"}},
+        {"", 0, {"kx.trace.0", "kx.trace.01"}}, // the second would become another file's name
+        {"", 0, {"", "kx.trace", "kx.trace.", "kx.trace.1.bak", "akx.trace.1"}},
+        {"o<%NUM>.log", 12, {"o12.log"}},
+        {"o<%NUM>.log", 0, {"o12.txt", "o.log"}},
+        {"<%YEAR><%MONTH><%DAY><%NUM>", 5, {"199912315"}},
+        {"<%YEAR><%MONTH><%DAY><%NUM>", 0, {"19991231", "1999x2315"}},
+        {"<%NUM>_<%MSEC>", 3, {"3_123"}},
+        {"<%NUM>_<%MSEC>", 0, {"3_12"}},
+        {"<%PID><%NUM>", 1, {"42421"}},
+        {"<%PID><%NUM>", 0, {"42431"}}, // another process
     };
     for (const Row& row : rows)
-        EXPECT_EQ(Names(row.pattern).NumberOf(row.name).value_or(0), row.number)
-            << row.pattern << " " << row.name;
+        for (const std::string& name : row.names)
+            EXPECT_EQ(Names(row.pattern).NumberOf(name).value_or(0), row.number)
+                << row.pattern << " " << name;
 }
 
 TEST(RotatedNames, RenumberingKeepsTheTimeInAName)
@@ -99,11 +91,13 @@ TEST(RotatedNames, RenumberingKeepsTheTimeInAName)
 // Files by path, each with what it holds; moves like the system does, which refuses to overwrite.
 class Folder {
   public:
-    Folder(const kx::RotatedNames& names, std::initializer_list<std::string_view> files)
+    /// Names with blanks between them; one with "+" behind it begins with the chain header.
+    Folder(const kx::RotatedNames& names, const std::string& files)
     {
-        for (const std::string_view file : files) {
-            const bool hasHeader = file.back() == '+';
-            const std::string name(file.substr(0, file.size() - (hasHeader ? 1 : 0)));
+        std::istringstream all(files);
+        for (std::string name; all >> name;) {
+            const bool hasHeader = name.back() == '+';
+            name.resize(name.size() - (hasHeader ? 1 : 0));
             _m_listed.push_back({name, hasHeader});
             _m_files[names.Folder() + name] = name;
         }
@@ -143,62 +137,27 @@ TEST(RotationPlan, MovesUpWithoutOverwriting)
         const char* why;
         const char* pattern;
         std::uint32_t count;
-        std::initializer_list<std::string_view> files; // "+": begins with the chain header
+        const char* files;
         const char* after;
     };
 
     const Row rows[] = {
-        {"the first rotation", "", 3, {"kx.trace"}, "kx.trace.1<kx.trace "},
-        {"only limited", "", 0, {"kx.trace", "kx.trace.1+"}, "kx.trace.1<kx.trace.1 "},
-        {"all move up",
-         "",
-         3,
-         {"kx.trace", "kx.trace.1", "kx.trace.2"},
-         "kx.trace.1<kx.trace kx.trace.2<kx.trace.1 kx.trace.3<kx.trace.2 "},
-        {"the oldest goes",
-         "",
-         2,
-         {"kx.trace.2", "kx.trace.1+", "kx.trace"},
-         "kx.trace.1<kx.trace kx.trace.2<kx.trace.1 "},
-        {"numbers, not their texts, are in order",
-         "o<%NUM>",
-         20,
-         {"kx.trace", "o1", "o10", "o2", "o3", "o4", "o5", "o6", "o7", "o8", "o9"},
+        {"the first rotation", "", 3, "kx.trace", "kx.trace.1<kx.trace "},
+        {"only limited", "", 0, "kx.trace kx.trace.1+", "kx.trace.1<kx.trace.1 "},
+        {"all move up", "<%NUM>", 3, "kx.trace 1 2", "1<kx.trace 2<1 3<2 "},
+        {"the oldest goes", "<%NUM>", 2, "2 1+ kx.trace", "1<kx.trace 2<1 "},
+        {"numbers, not their texts, are in order", "o<%NUM>", 20, "kx.trace o1 o10 o2 o3 o4 o5 o6 o7 o8 o9",
          "o1<kx.trace o10<o9 o11<o10 o2<o1 o3<o2 o4<o3 o5<o4 o6<o5 o7<o6 o8<o7 o9<o8 "},
-        {"fewer are kept than before",
-         "",
-         1,
-         {"kx.trace", "kx.trace.1", "kx.trace.2", "kx.trace.3"},
-         "kx.trace.1<kx.trace "},
-        {"a gap takes up the move",
-         "",
-         9,
-         {"kx.trace", "kx.trace.1", "kx.trace.3+", "kx.trace.4"},
-         "kx.trace.1<kx.trace kx.trace.2<kx.trace.1 kx.trace.3<kx.trace.3 kx.trace.4<kx.trace.4 "},
-        {"behind a gap, only the chain's own files go",
-         "",
-         2,
-         {"kx.trace", "kx.trace.1", "kx.trace.4", "kx.trace.5+"},
-         "kx.trace.1<kx.trace kx.trace.2<kx.trace.1 kx.trace.4<kx.trace.4 "},
-        {"a free number 1 is enough",
-         "",
-         5,
-         {"kx.trace", "kx.trace.2+"},
-         "kx.trace.1<kx.trace kx.trace.2<kx.trace.2 "},
-        {"strangers stay",
-         "",
-         1,
-         {"kx.trace", "kx.trace.1", "kx.trace.bak", "kx.trace.01+"},
+        {"fewer are kept than before", "<%NUM>", 1, "kx.trace 1 2 3", "1<kx.trace "},
+        {"a gap takes up the move", "<%NUM>", 9, "kx.trace 1 3+ 4", "1<kx.trace 2<1 3<3 4<4 "},
+        {"behind a gap, only the chain's own files go", "<%NUM>", 2, "kx.trace 1 4 5+",
+         "1<kx.trace 2<1 4<4 "},
+        {"a free number 1 is enough", "<%NUM>", 5, "kx.trace 2+", "1<kx.trace 2<2 "},
+        {"strangers stay", "", 1, "kx.trace kx.trace.1 kx.trace.bak kx.trace.01+",
          "kx.trace.01<kx.trace.01 kx.trace.1<kx.trace kx.trace.bak<kx.trace.bak "},
-        {"each file keeps its time",
-         "<%YEAR>.<%NUM>",
-         3,
-         {"kx.trace", "2023.1", "2022.2", "2021.3"},
+        {"each file keeps its time", "<%YEAR>.<%NUM>", 3, "kx.trace 2023.1 2022.2 2021.3",
          "2022.3<2022.2 2023.2<2023.1 2024.1<kx.trace "},
-        {"two files of one number",
-         "<%YEAR>.<%NUM>",
-         3,
-         {"kx.trace", "2024.1", "2023.1", "2022.2"},
+        {"two files of one number", "<%YEAR>.<%NUM>", 3, "kx.trace 2024.1 2023.1 2022.2",
          "2022.3<2022.2 2023.2<2023.1 2024.1<kx.trace 2024.2<2024.1 "},
     };
     for (const Row& row : rows) {

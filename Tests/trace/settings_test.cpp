@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <functional>
 #include <string>
+#include <utility>
 
 namespace {
 
@@ -54,12 +55,7 @@ class Settings : public testing::Test {
 
 TEST_F(Settings, ConfirmsEachDirectiveInItsWords)
 {
-    struct Row {
-        const char* line;
-        const char* said;
-    };
-
-    const Row rows[] = {
+    const std::pair<const char*, const char*> rows[] = {
         {"fstrip@2", "D_Lib: file name strip level changed to 2\n"},
         {"refresh@10", "D_Lib: refresh interval changed to 10\n"},
         {"rotation@0@500", "D_Lib: log file size is limited by 500 bytes\n"},
@@ -83,9 +79,9 @@ TEST_F(Settings, ConfirmsEachDirectiveInItsWords)
         {"fstrip@x", "D_Lib: attempt to change file name stripping level to illegal value [x]\n"
                      "D_Lib: configuration file x.cfg contains illegal line [fstrip@x]\n"},
     };
-    for (const Row& row : rows) {
-        Read(row.line);
-        EXPECT_EQ(sink.Take(), row.said) << row.line;
+    for (const auto& [line, said] : rows) {
+        Read(line);
+        EXPECT_EQ(sink.Take(), said) << line;
     }
     EXPECT_EQ(settings.stripLevel, 2U) << "the illegal line changed nothing";
     Read("print@file@x@1-1000@on");
@@ -159,6 +155,9 @@ TEST_F(Settings, DefaultPrefixGivesWayToAnyRuleOfTheFile)
 
 TEST_F(Settings, ScalarsOutliveTheFileRules)
 {
+    EXPECT_EQ(Dump(), "# --- Dump of D_lib settings ---\nrefresh@5\nfstrip@3\nrotation@off\nindent@@\n"
+                      "stacktrace@off\n# --- End of dump ---\n")
+        << "the defaults";
     Read("fstrip@1\nrefresh@9\nrotation@2@5\nindent@.@\nstacktrace@a@b");
     kx::ClearFileRules(settings, sink);
     EXPECT_EQ(Dump(),
@@ -166,27 +165,14 @@ TEST_F(Settings, ScalarsOutliveTheFileRules)
               "prefix@file@.*@all@<%PID>:<%FILE>(<%LINE>):\nstacktrace@a@b@\n# --- End of dump ---\n");
 }
 
-TEST_F(Settings, DumpOfTheDefaults)
-{
-    EXPECT_EQ(Dump(), "# --- Dump of D_lib settings ---\nrefresh@5\nfstrip@3\nrotation@off\nindent@@\n"
-                      "stacktrace@off\n# --- End of dump ---\n");
-}
-
 TEST_F(Settings, DumpShowsWhereOutputGoes)
 {
-    struct Row {
-        kx::OutputState outputs;
-        const char* expected;
+    const auto shows = [&](const kx::OutputState& outputs, const std::string& lines) {
+        return Dump(outputs).find("stacktrace@off\n" + lines + "\n#") != std::string::npos;
     };
-
-    const Row rows[] = {
-        {{"err", "", ""}, "to_stream@err\n#"},
-        {{"dbg", "out", ""}, "to_stream@dbg\nto_aux_stream@out\n#"},
-        {{"", "err", "C:\\t\\<%PID>.trace"}, "to_aux_stream@err\nto_file@C:\\t\\<%PID>.trace\n#"},
-    };
-    for (const Row& row : rows)
-        EXPECT_NE(Dump(row.outputs).find(std::string("stacktrace@off\n") + row.expected), std::string::npos)
-            << Dump(row.outputs);
+    EXPECT_TRUE(shows({"err", "", ""}, "to_stream@err"));
+    EXPECT_TRUE(shows({"dbg", "out", ""}, "to_stream@dbg\nto_aux_stream@out"));
+    EXPECT_TRUE(shows({"", "err", "C:\\<%PID>.trace"}, "to_aux_stream@err\nto_file@C:\\<%PID>.trace"));
 }
 
 TEST_F(Settings, DumpReadAgainGivesTheSame)
@@ -266,13 +252,7 @@ TEST(Messages, SayWhatHappenedOutsideTheConfiguration)
     namespace say = kx::messages;
     using Sink = kx::MessageSink;
     const kx::LocalTime time{2024, 3, 9, 4, 5, 6, 7};
-
-    struct Row {
-        std::function<void(Sink&)> print;
-        const char* expected;
-    };
-
-    const Row rows[] = {
+    const std::pair<std::function<void(Sink&)>, const char*> rows[] = {
         {[](Sink& s) { say::FlagMissing(s, "a/b.cpp", "Ckx", 610); },
          "D_Lib: could not find flag for: file [a/b.cpp], class [Ckx], level [610] - assumed value 1\n"},
         {[](Sink& s) { say::FlagMissing(s, "b.cpp", nullptr, KXT_NO_LEVEL); },
@@ -314,20 +294,16 @@ TEST(Messages, SayWhatHappenedOutsideTheConfiguration)
         {[](Sink& s) { say::IllegalTeeBuffer(s); },
          "D_Lib: illegal zero buffer pointer in tee-stream - internal error\n"},
     };
-    for (const Row& row : rows) {
+    for (const auto& [print, expected] : rows) {
         CkxRecordingSink sink;
-        row.print(sink);
-        EXPECT_EQ(sink.Take(), row.expected);
-        EXPECT_EQ(sink.Calls(), 1) << row.expected;
+        print(sink);
+        EXPECT_EQ(sink.Take(), expected);
+        EXPECT_EQ(sink.Calls(), 1) << expected;
     }
-}
-
-TEST(Messages, LoseNothingOfALongText)
-{
     CkxRecordingSink sink;
     const std::string path(20000, 'p');
-    kx::messages::CannotOpenOutputFile(sink, path);
-    EXPECT_EQ(sink.Take(), "D_Lib: cannot open output file [" + path + "]\n");
+    say::CannotOpenOutputFile(sink, path);
+    EXPECT_EQ(sink.Take(), "D_Lib: cannot open output file [" + path + "]\n") << "nothing of it is lost";
 }
 
 } // namespace

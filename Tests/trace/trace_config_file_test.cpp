@@ -87,8 +87,8 @@ TEST_F(ConfigFile, AThreadWithoutFileOperationsLeavesItAlone)
         Say(KXT_INFO);
         D_SetConfigFile(_m_folder / L"other.cfg");
         EXPECT_FALSE(D_ToStream("dbg", true));
-        EXPECT_FALSE(D_ToFile(Narrow(TracePath())));
-        EXPECT_FALSE(D_Directive("to_file@" + Narrow(TracePath())));
+        EXPECT_FALSE(D_ToFile(TracePathText()));
+        EXPECT_FALSE(D_Directive("to_file@" + TracePathText()));
     }
     EXPECT_EQ(Take(), "x\n");
     Say(KXT_INFO);

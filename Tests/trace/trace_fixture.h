@@ -4,6 +4,7 @@
 #include "Common_CPP/trace/trace.h"
 #include "Common_CPP/trace/trace_control.h"
 #include "Common_CPP/util/unique_handle.h"
+#include "Tests/support/recorded_trace.h"
 #include "Tests/support/temp_folder.h"
 #include "Tools/host/patched_import.h"
 
@@ -12,9 +13,9 @@
 #include <algorithm>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 /// The text's lines, without their ends.
@@ -85,20 +86,23 @@ class TraceFixture : public testing::Test {
     void SetUp() override
     {
         D_SetConfigFile(ConfigPath());
-        D_ToGeneric(&_Record, this);
+        _m_trace.emplace();
         Configure("");
         (void)Take();
     }
 
     void TearDown() override
     {
-        D_ToGeneric(nullptr, nullptr);
+        _m_trace.reset();
         D_ModuleUnloads();
     }
 
     [[nodiscard]] std::wstring ConfigPath() const { return _m_folder / L"trace.cfg"; }
 
     [[nodiscard]] std::wstring TracePath() const { return _m_folder / L"x.trace"; }
+
+    /// The same as the configuration takes it.
+    [[nodiscard]] std::string TracePathText() const { return Narrow(TracePath()); }
 
     /// Makes `text` the configuration and has it read at once, without prefixes unless it sets one.
     void Configure(const std::string& text) const
@@ -115,15 +119,10 @@ class TraceFixture : public testing::Test {
     }
 
     /// What went to the sink since the last time.
-    std::string Take() { return std::exchange(_m_text, {}); }
+    std::string Take() { return _m_trace->Take(); }
 
     TempFolder _m_folder;
 
   private:
-    static void _Record(void* context, const char* text, std::size_t length)
-    {
-        static_cast<TraceFixture*>(context)->_m_text.append(text, length);
-    }
-
-    std::string _m_text;
+    std::optional<RecordedTrace> _m_trace;
 };

@@ -127,7 +127,7 @@ TEST_F(Memory, ThatEndsAnywhereIsSurvived)
     usage.config = _m_folder.Write(
         L"oom.cfg", "to_file@" + Narrow(_m_folder / L"first.trace") +
                         "\nprefix@file@x+@@p\nindent@  @\nprint@file@[a-c]@7@on\nselftest@file@x@1@on\n");
-    usage.traceFile = Narrow(TracePath());
+    usage.traceFile = TracePathText();
     usage.otherFile = Narrow(_m_folder / L"other.trace");
     const PatchedImport patched("malloc", reinterpret_cast<void*>(&CountedMalloc));
     g_realMalloc = patched.Original<decltype(g_realMalloc)>();

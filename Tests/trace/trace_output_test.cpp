@@ -10,8 +10,6 @@ namespace {
 class Outputs : public TraceFixture {
   protected:
     void Say(std::string_view text) { KXT_OUT(KXT_ERROR, text); }
-
-    [[nodiscard]] std::string TracePathText() const { return Narrow(TracePath()); }
 };
 
 // Standard output or error led into a file, for a scope.
@@ -101,28 +99,25 @@ TEST_F(Outputs, AFileIsContinuedOrBegunAnew)
     EXPECT_EQ(ReadBytes(TracePath()), said + "2\n");
 }
 
-TEST_F(Outputs, TokensInAFileNameAreReplacedWhenItIsOpened)
+TEST_F(Outputs, TokensInAFileNameAreReplacedAndAnyNameWillDo)
 {
-    ASSERT_TRUE(D_ToFile(Narrow(_m_folder / L"<%PID>_<%YEAR>-<%MSEC>.trace")));
-    Say("1");
-    std::vector<std::wstring> names;
-    for (const auto& entry : std::filesystem::directory_iterator(_m_folder.Path()))
-        if (entry.path().extension() == L".trace")
-            names.push_back(entry.path().filename().wstring());
-    ASSERT_EQ(names.size(), 1U);
+    ASSERT_TRUE(D_ToFile(Narrow(_m_folder / L"\u0434\u4E2D \U0001F600<%PID>_<%YEAR>-<%MSEC>.trace")));
     SYSTEMTIME now;
     ::GetLocalTime(&now);
-    const std::wstring begin = std::to_wstring(::GetCurrentProcessId()) + L"_" + std::to_wstring(now.wYear);
-    EXPECT_EQ(names[0].substr(0, begin.size()), begin);
-    EXPECT_EQ(names[0].size(), begin.size() + std::wcslen(L"-000.trace"));
-    EXPECT_EQ(names[0].find(L'<'), std::wstring::npos);
-}
-
-TEST_F(Outputs, AnyNameWillDo)
-{
-    const std::wstring path = _m_folder / L"\u0434\u4E2D \U0001F600.trace";
-    ASSERT_TRUE(D_ToFile(Narrow(path)));
-    EXPECT_NE(ReadBytes(path), "");
+    const std::wstring begin = L"\u0434\u4E2D \U0001F600" + std::to_wstring(::GetCurrentProcessId()) + L"_" +
+                               std::to_wstring(now.wYear) + L"-";
+    int found = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(_m_folder.Path())) {
+        const std::wstring name = entry.path().filename().wstring();
+        if (!name.ends_with(L".trace"))
+            continue;
+        ++found;
+        EXPECT_TRUE(name.starts_with(begin)) << Narrow(name);
+        EXPECT_EQ(name.size(), begin.size() + std::wcslen(L"000.trace"));
+        EXPECT_EQ(name.find(L'<'), std::wstring::npos);
+        EXPECT_NE(ReadBytes(entry.path().wstring()), "");
+    }
+    EXPECT_EQ(found, 1);
 }
 
 TEST_F(Outputs, APlantedFileIsNotWrittenTo)
@@ -150,20 +145,24 @@ BOOL WINAPI FactsOfAPlantedFile(HANDLE file, BY_HANDLE_FILE_INFORMATION* facts)
 }
 
 DWORD g_openFlags = 0;
+bool g_refuseTrace = false;
 decltype(&::CreateFileW) g_realCreate = nullptr;
 
-HANDLE WINAPI NotedCreate(LPCWSTR name, DWORD access, DWORD share, SECURITY_ATTRIBUTES* security, DWORD how,
-                          DWORD flags, HANDLE model)
+HANDLE WINAPI WatchedCreate(LPCWSTR name, DWORD access, DWORD share, SECURITY_ATTRIBUTES* security, DWORD how,
+                            DWORD flags, HANDLE model)
 {
-    if (std::wstring_view(name).ends_with(L".trace"))
-        g_openFlags = flags;
-    return g_realCreate(name, access, share, security, how, flags, model);
+    const bool isTrace = std::wstring_view(name).ends_with(L".trace");
+    g_openFlags = isTrace ? flags : g_openFlags;
+    if (!g_refuseTrace || !isTrace)
+        return g_realCreate(name, access, share, security, how, flags, model);
+    ::SetLastError(ERROR_ACCESS_DENIED); // as of a deleted file that somebody else still holds open
+    return INVALID_HANDLE_VALUE;
 }
 
 // The system under test may know no reparse points of files, so the answers about one are made up.
 TEST_F(Outputs, AReparsePointIsOpenedAsItselfAndRefused)
 {
-    const PatchedImport create("CreateFileW", reinterpret_cast<void*>(&NotedCreate));
+    const PatchedImport create("CreateFileW", reinterpret_cast<void*>(&WatchedCreate));
     g_realCreate = create.Original<decltype(g_realCreate)>();
     const PatchedImport facts("GetFileInformationByHandle", reinterpret_cast<void*>(&FactsOfAPlantedFile));
     g_realFacts = facts.Original<decltype(g_realFacts)>();
@@ -229,20 +228,9 @@ TEST_F(Outputs, EndingASinkThatIsNotTheOutputChangesNothing)
     EXPECT_EQ(Lines(ReadBytes(TracePath())).back(), "1");
 }
 
-bool g_refuseTrace = false;
-
-HANDLE WINAPI RefusingCreate(LPCWSTR name, DWORD access, DWORD share, SECURITY_ATTRIBUTES* security,
-                             DWORD how, DWORD flags, HANDLE model)
-{
-    if (!g_refuseTrace || !std::wstring_view(name).ends_with(L".trace"))
-        return g_realCreate(name, access, share, security, how, flags, model);
-    ::SetLastError(ERROR_ACCESS_DENIED); // as of a deleted file that somebody else still holds open
-    return INVALID_HANDLE_VALUE;
-}
-
 TEST_F(Outputs, AFileThatCannotBeOpenedAfterEmptyingIsTriedAgain)
 {
-    const PatchedImport create("CreateFileW", reinterpret_cast<void*>(&RefusingCreate));
+    const PatchedImport create("CreateFileW", reinterpret_cast<void*>(&WatchedCreate));
     g_realCreate = create.Original<decltype(g_realCreate)>();
     TickJump clock;
     ASSERT_TRUE(D_ToFile(TracePathText()));
