@@ -1,11 +1,8 @@
 #include "Common_CPP/trace/file_strip.h"
 #include "Common_CPP/trace/level.h"
 #include "Common_CPP/trace/prefix.h"
-#include "Tests/oracle/prefix_oracle.h"
 
 #include <gtest/gtest.h>
-
-#include <random>
 
 namespace {
 
@@ -72,37 +69,6 @@ TEST(Prefix, AnEmptyValueLetsItsNeighboursMeet)
     EXPECT_TRUE(kx::PrefixTemplate("<<%STACK>%SEC>").NeedsTime(fields));
 }
 
-// Templates and values from an alphabet that makes tokens meet, overlap and hide in values.
-TEST(Prefix, AgreesWithReplacingWordForWord)
-{
-    const char* const parts[] = {"<%PID>",   "<%LINE>",   "<%CLASS>", "<%FILE>", "<%TNAME>",
-                                 "<%STACK>", "<%INDENT>", "<%LEVEL>", "<%",      "<",
-                                 "%",        "LINE>",     "x ",       ">",       "CLASS>"};
-    std::mt19937 random(20260101);
-    const auto text = [&](unsigned most) {
-        std::string made;
-        for (auto count = random() % (most + 1); count > 0; --count)
-            made += parts[random() % std::size(parts)];
-        return made;
-    };
-    for (int round = 0; round < 20000; ++round) {
-        kx::PrefixFields fields = SomeFields();
-        const std::string threadName = text(2);
-        const std::string stackName = text(2);
-        const std::string file = text(2);
-        const std::string className = text(2);
-        const std::string filling = text(1);
-        fields.threadName = threadName;
-        fields.stackName = stackName.c_str();
-        fields.file = file;
-        fields.className = className.c_str();
-        fields.indentFilling = filling;
-        fields.depth = static_cast<std::uint32_t>(random() % 3);
-        const std::string format = text(5);
-        ASSERT_EQ(Prefix(format, fields), kx::oracle::Prefix(format, fields)) << format << " round " << round;
-    }
-}
-
 TEST(Prefix, ReadsTheClockForATokenInAValueToo)
 {
     kx::PrefixFields fields = SomeFields();
@@ -135,13 +101,6 @@ TEST(FileStrip, KeepsTheLastComponents)
 
     for (const auto& row : rows)
         EXPECT_EQ(kx::StrippedFile(row.path, row.level).View(), row.shown) << row.why;
-}
-
-TEST(TimeTokens, ExpandInFileNames)
-{
-    EXPECT_EQ(kx::ExpandFileTokens("C:\\t<%PID>_<%YEAR><%MONTH><%DAY>_<%MSEC>_<%PID>.log", 9,
-                                   {2026, 1, 2, 3, 4, 5, 6}),
-              "C:\\t9_20260102_006_<%PID>.log");
 }
 
 } // namespace

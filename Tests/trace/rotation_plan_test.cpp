@@ -81,13 +81,6 @@ TEST(RotatedNames, RecognisesItsOwnNamesOnly)
                 << row.pattern << " " << name;
 }
 
-TEST(RotatedNames, RenumberingKeepsTheTimeInAName)
-{
-    const auto names = Names("t<%YEAR>-<%NUM>.log");
-    EXPECT_EQ(names.Renumbered("T1999-9.log", 10), "C:\\Trace\\T1999-10.log");
-    EXPECT_EQ(names.FirstPath(), "C:\\Trace\\t2024-1.log");
-}
-
 // Files by path, each with what it holds; moves like the system does, which refuses to overwrite.
 class Folder {
   public:
@@ -166,27 +159,6 @@ TEST(RotationPlan, MovesUpWithoutOverwriting)
         folder.CarryOut(kx::PlanRotation(names, kTrace, row.count, folder.Listed()));
         EXPECT_EQ(folder.Text(), row.after) << row.why;
     }
-}
-
-TEST(RotationPlan, StaysInOrderOverManyRotations)
-{
-    const auto names = Names("");
-    std::vector<kx::ListedFile> listed;
-    std::map<std::string, int> files;
-    for (int rotation = 1; rotation <= 30; ++rotation) {
-        files["C:\\Trace\\kx.trace"] = rotation;
-        for (const kx::Move& move : kx::PlanRotation(names, kTrace, 12, listed)) {
-            if (!move.remove)
-                files[move.to] = files.at(move.from);
-            files.erase(move.from);
-        }
-        listed.clear();
-        for (const auto& [path, content] : files)
-            listed.push_back({path.substr(9), content != 1});
-    }
-    ASSERT_EQ(files.size(), 12U);
-    for (int number = 1; number <= 12; ++number)
-        EXPECT_EQ(files.at("C:\\Trace\\kx.trace." + std::to_string(number)), 31 - number);
 }
 
 TEST(RotationPlan, IsDueAboveTheLimit)

@@ -126,21 +126,6 @@ TEST(RuleTable, FileRulesStayBelowProgramRulesWhateverTheLine)
     EXPECT_LT(kx::FileRuleSequence(0xFFFFFFFF), 0);
 }
 
-TEST(RuleTable, KnowsWhetherTheStackMatters)
-{
-    kx::RuleTable<int> table;
-    table.Add(kx::FileRuleSequence(1), Key(ScopeKind::Stack, ".*"), 1);
-    table.Add(kx::FileRuleSequence(2), Key(ScopeKind::Class, "x"), 2);
-    EXPECT_FALSE(table.HasStackRules());
-    table.Add(kx::FileRuleSequence(3), Key(ScopeKind::Stack, "x"), 3);
-    EXPECT_TRUE(table.HasStackRules());
-    table.RemoveFileRules();
-    EXPECT_FALSE(table.HasStackRules());
-    table.Add(1, Key(ScopeKind::Stack, "x"), 4);
-    table.RemoveFileRules();
-    EXPECT_TRUE(table.HasStackRules());
-}
-
 TEST(Level, DescriptorsMatchAndPrint)
 {
     const D_LevelNumberInfo_c number(610);

@@ -175,6 +175,33 @@ TEST_F(Settings, DumpShowsWhereOutputGoes)
     EXPECT_TRUE(shows({"", "err", "C:\\<%PID>.trace"}, "to_aux_stream@err\nto_file@C:\\<%PID>.trace"));
 }
 
+TEST_F(Settings, DumpSaysWhatALineMeans)
+{
+    const std::pair<const char*, const char*> rows[] = {
+        {"fstrip@12abc", "fstrip@12"}, // the digits at the beginning count
+        {"fstrip@ +7", "fstrip@7"},
+        {"fstrip@2147483647", "fstrip@2147483647"},
+        {"refresh@0060", "refresh@60"},
+        {"rotation@0@9223372036854775807@", "rotation@0@9223372036854775807"},
+        {"rotation@1@0@old_<%NUM>@<%YEAR>", "rotation@1@0@old_<%NUM>@<%YEAR>"},
+        {"print@file@@all@1", "print@file@.*@all@on"},
+        {"print@class@Ckx@@no", "print@class@Ckx@all@off"},
+        {"print@stack@.*@1001-3000@yes", "print@stack@.*@1001-3000@on"},
+        {"selftest@file@x@4294967295@0", "selftest@file@x@4294967295@off"},
+        {"prefix@file@x@7-7@a@b<%LINE>@", "prefix@file@x@7@a@b<%LINE>@"}, // a template may hold "@"
+        {"prefix@class@@@", "prefix@class@.*@all@"},
+        {"indent@ | @", "indent@ | @"},
+        {"indent@ab@cd", "indent@ab@"},
+        {"stacktrace@> @< @", "stacktrace@> @< @"},
+        {"stacktrace@off@x", "stacktrace@off@x@"},
+    };
+    for (const auto& [line, meant] : rows) {
+        settings = {};
+        Read(line);
+        EXPECT_NE(Dump().find("\n" + std::string(meant) + "\n"), std::string::npos) << line << Dump();
+    }
+}
+
 TEST_F(Settings, DumpReadAgainGivesTheSame)
 {
     const std::string longText(1023, 'x');
