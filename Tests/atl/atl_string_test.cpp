@@ -135,25 +135,20 @@ TEST(CStringTest, SlicesStayInsideTheText)
     EXPECT_STREQ(text.Mid(2, INT_MAX), L"cd") << "the sum wraps";
 }
 
-TEST(CStringTest, SearchesAndReplaces)
+TEST(CStringTest, SearchesReplacesAndTrims)
 {
     CString text = L"abcabc";
     EXPECT_EQ(text.Find(L"bc"), 1);
     EXPECT_EQ(text.Find(L"bc", 2), 4);
     EXPECT_EQ(text.Find(L"bc", 5), -1);
-    EXPECT_EQ(text.Find(L'a', -1), -1);
-    EXPECT_EQ(text.Find(L'a', 7), -1);
-    EXPECT_EQ(text.ReverseFind(L'a'), 3);
-    EXPECT_EQ(text.ReverseFind(L'x'), -1);
+    EXPECT_TRUE(text.Find(L'a', -1) == -1 && text.Find(L'a', 7) == -1);
+    EXPECT_TRUE(text.ReverseFind(L'a') == 3 && text.ReverseFind(L'x') == -1);
     EXPECT_EQ(text.Replace(L"", L"x"), 0);
     EXPECT_EQ(text.Replace(L"c", L"cc"), 2) << "what was put in is not searched again";
     EXPECT_STREQ(text, L"abccabcc");
     EXPECT_EQ(text.Replace(L"cc", L""), 2);
     EXPECT_STREQ(text, L"abab");
-}
 
-TEST(CStringTest, TrimsBothEnds)
-{
     EXPECT_STREQ(CString(L" \t\r\n a b \u3000").Trim(), L"a b");
     EXPECT_STREQ(CString(L"\\\\a\\b\\").TrimRight(L'\\'), L"\\\\a\\b");
     EXPECT_STREQ(CString(L"\\\\").Trim(L'\\'), L"");

@@ -3,8 +3,8 @@
 #include "Common_CPP/kxwbem/kxwbem_value_text.h"
 #include "Tools/host/patched_import.h"
 
+#include <climits>
 #include <functional>
-#include <limits>
 
 using namespace std::string_literals;
 
@@ -36,40 +36,38 @@ TEST_F(WbemTest, EveryOperationTellsOfAMissingPointerOnce)
     DWORD number = 0;
 
     const struct {
-        const char* name; ///< of the interface
         const char* method;
         std::function<HRESULT()> call;
+        const char* name = "IWbemServices"; ///< of the interface
     } rows[] = {
-        {"IWbemServices", "CreateInstanceEnum", [&] { return s.CreateInstanceEnum(L"c", results); }},
-        {"IWbemServices", "ExecQuery", [&] { return s.EnumClasses(nullptr, results); }},
-        {"IWbemServices", "ExecQuery", [&] { return s.ExecQueryV(results, L"%s", L"q"); }},
-        {"IWbemServices", "ExecQuerySelect", [&] { return s.ExecQuerySelect(L"c", {}, results); }},
-        {"IWbemServices", "DeleteInstancesOlderThan",
-         [&] { return s.DeleteInstancesOlderThan(L"c", L"t", c_time); }},
-        {"IWbemServices", "DeleteInstance", [&] { return s.DeleteInstance(o); }},
-        {"Instance", "DeleteInstance", [&] { return services.DeleteInstance(o); }},
-        {"IWbemServices", "CreateNamespace", [&] { return s.CreateNamespace(L"n", opened); }},
-        {"IWbemServices", "GetNamespacePath", [&] { return s.GetNamespacePath(text); }},
-        {"IWbemServices", "RegisterWmiClassIfRequired",
-         [&] { return s.RegisterWmiClassIfRequired(L"c", L"b", {}, object); }},
-        {"IWbemServices", "RegisterWmiClass", [&] { return s.RegisterWmiClass(L"c", L"b", {}, object); }},
-        {"IWbemServices", "RegisterWmiClass", [&] { return s.RegisterWmiClass(L"c", o, {}); }},
-        {"IWbemServices", "RegisterWmiClass", [&] { return s.RegisterWmiClass(L"c", {}, object); }},
-        {"IWbemServices", "DeleteClass", [&] { return s.DeleteClass(L"c"); }},
-        {"IWbemServices", "Dump", [&] { return s.Dump(nullptr, L"x"); }},
-        {"IWbemClassObject", "Get", [&] { return o.Get(L"p", variant); }},
-        {"IWbemClassObject", "Get", [&] { return o.Get_CString(L"p", text); }},
-        {"IWbemClassObject", "Get", [&] { return o.Get_DWORD(L"p", number); }},
-        {"IWbemClassObject", "Put_CString", [&] { return o.Put_CString(L"p", text); }},
-        {"IWbemClassObject", "Put_long", [&] { return o.Put_long(L"p", 1); }},
-        {"IWbemClassObject", "Put_int64", [&] { return o.Put_int64(L"p", 1LL); }},
-        {"IWbemClassObject", "Put_FILETIME", [&] { return o.Put_FILETIME(L"p", c_time); }},
-        {"IWbemClassObject", "PutNullValue", [&] { return o.PutNullValue(L"p"); }},
-        {"IWbemClassObject", "SpawnInstance", [&] { return o.SpawnInstance(object); }},
-        {"IEnumWbemClassObject", "Next", [&] { return e.Next(object); }},
-        {"ISWbemDateTime", "SetFileTime", [&] { return d.SetFileTime(c_time, false); }},
-        {"ISWbemDateTime", "GetValue", [&] { return d.GetValue(bstr); }},
-        {"IWbemLocator", "ConnectServer", [&] { return CkxWbemLocatorPtr().ConnectServer(L"n", opened); }},
+        {"CreateInstanceEnum", [&] { return s.CreateInstanceEnum(L"c", results); }},
+        {"ExecQuery", [&] { return s.EnumClasses(nullptr, results); }},
+        {"ExecQuery", [&] { return s.ExecQueryV(results, L"%s", L"q"); }},
+        {"ExecQuerySelect", [&] { return s.ExecQuerySelect(L"c", {}, results); }},
+        {"DeleteInstancesOlderThan", [&] { return s.DeleteInstancesOlderThan(L"c", L"t", c_time); }},
+        {"DeleteInstance", [&] { return s.DeleteInstance(o); }},
+        {"DeleteInstance", [&] { return services.DeleteInstance(o); }, "Instance"},
+        {"CreateNamespace", [&] { return s.CreateNamespace(L"n", opened); }},
+        {"GetNamespacePath", [&] { return s.GetNamespacePath(text); }},
+        {"RegisterWmiClassIfRequired", [&] { return s.RegisterWmiClassIfRequired(L"c", L"b", {}, object); }},
+        {"RegisterWmiClass", [&] { return s.RegisterWmiClass(L"c", L"b", {}, object); }},
+        {"RegisterWmiClass", [&] { return s.RegisterWmiClass(L"c", o, {}); }},
+        {"RegisterWmiClass", [&] { return s.RegisterWmiClass(L"c", {}, object); }},
+        {"DeleteClass", [&] { return s.DeleteClass(L"c"); }},
+        {"Dump", [&] { return s.Dump(nullptr, L"x"); }},
+        {"Get", [&] { return o.Get(L"p", variant); }, "IWbemClassObject"},
+        {"Get", [&] { return o.Get_CString(L"p", text); }, "IWbemClassObject"},
+        {"Get", [&] { return o.Get_DWORD(L"p", number); }, "IWbemClassObject"},
+        {"Put_CString", [&] { return o.Put_CString(L"p", text); }, "IWbemClassObject"},
+        {"Put_long", [&] { return o.Put_long(L"p", 1); }, "IWbemClassObject"},
+        {"Put_int64", [&] { return o.Put_int64(L"p", 1LL); }, "IWbemClassObject"},
+        {"Put_FILETIME", [&] { return o.Put_FILETIME(L"p", c_time); }, "IWbemClassObject"},
+        {"PutNullValue", [&] { return o.PutNullValue(L"p"); }, "IWbemClassObject"},
+        {"SpawnInstance", [&] { return o.SpawnInstance(object); }, "IWbemClassObject"},
+        {"Next", [&] { return e.Next(object); }, "IEnumWbemClassObject"},
+        {"SetFileTime", [&] { return d.SetFileTime(c_time, false); }, "ISWbemDateTime"},
+        {"GetValue", [&] { return d.GetValue(bstr); }, "ISWbemDateTime"},
+        {"ConnectServer", [&] { return CkxWbemLocatorPtr().ConnectServer(L"n", opened); }, "IWbemLocator"},
     };
 
     for (const auto& row : rows) {
@@ -102,65 +100,63 @@ TEST_F(WbemTest, FailedCallsAreToldAndChangeNothing)
 
     const struct {
         const char* method; ///< the store's that fails; null: none
-        HRESULT answer;     ///< S_FALSE: success without a result
         const char* line;   ///< the last one; what ends in "hr=" is followed by the result
-        HRESULT result;
         std::function<HRESULT()> call;
+        HRESULT result = E_FAIL;
+        HRESULT answer = E_FAIL; ///< the store's; S_FALSE: success without a result
     } rows[] = {
-        {"GetObject", E_FAIL, "GetNamespacePath: ERROR: GetObject(__NAMESPACE) failed. hr=", E_FAIL,
+        {"GetObject", "GetNamespacePath: ERROR: GetObject(__NAMESPACE) failed. hr=",
          [&] { return s.GetNamespacePath(text); }},
-        {"Get", E_FAIL, "Get: ERROR: IWbemClassObject->Get(__SERVER) failed. hr=", E_FAIL,
-         [&] { return s.GetNamespacePath(text); }},
-        {"CreateInstanceEnum", E_FAIL, "CreateInstanceEnum: ERROR: CreateInstanceEnum(C) failed. hr=", E_FAIL,
+        {"Get",
+         "Get: ERROR: IWbemClassObject->Get(__SERVER) failed. hr=", [&] { return s.GetNamespacePath(text); }},
+        {"CreateInstanceEnum", "CreateInstanceEnum: ERROR: CreateInstanceEnum(C) failed. hr=",
          [&] { return s.CreateInstanceEnum(L"C", results); }},
-        {"ExecQuery", S_FALSE, "ExecQuery: ERROR: ExecQuery(SELECT * from META_CLASS) failed. hr=", E_POINTER,
-         [&] { return s.EnumClasses(nullptr, results); }},
-        {"ExecQuery", E_FAIL, "ERROR: ExecQuery(SELECT * from META_CLASS WHERE __this ISA \"B\") failed. hr=",
-         E_FAIL, [&] { return s.EnumClasses(L"B", results); }},
-        {"ExecQuery", E_FAIL, "ERROR: ExecQuery(SELECT * from C WHERE id='it\\'s' AND name='') failed. hr=",
-         E_FAIL, [&] { return s.ExecQuerySelect(L"C", quoted, results); }},
-        {nullptr, S_OK, "ExecQueryV: ERROR: ExecQuery(<NULL>) failed. hr=", E_INVALIDARG,
-         [&] { return s.ExecQueryV(results, nullptr); }},
-        {nullptr, S_OK, "CkxWbemSelectQuery.AddWhereConditions: ERROR: Property name is NULL or empty. i=1",
-         E_INVALIDARG, [&] { return s.ExecQuerySelect(L"C", nameless, results); }},
-        {"ExecQuery", E_FAIL,
-         "ERROR: ExecQuery(SELECT * FROM C WHERE p < '19700101000000.000000+000') failed. hr=", E_FAIL,
+        {"ExecQuery", "ExecQuery: ERROR: ExecQuery(SELECT * from META_CLASS) failed. hr=",
+         [&] { return s.EnumClasses(nullptr, results); }, E_POINTER, S_FALSE},
+        {"ExecQuery", "ERROR: ExecQuery(SELECT * from META_CLASS WHERE __this ISA \"B\") failed. hr=",
+         [&] { return s.EnumClasses(L"B", results); }},
+        {"ExecQuery", "ERROR: ExecQuery(SELECT * from C WHERE id='it\\'s' AND name='') failed. hr=",
+         [&] { return s.ExecQuerySelect(L"C", quoted, results); }},
+        {nullptr, "ExecQueryV: ERROR: ExecQuery(<NULL>) failed. hr=",
+         [&] { return s.ExecQueryV(results, nullptr); }, E_INVALIDARG},
+        {nullptr, "CkxWbemSelectQuery.AddWhereConditions: ERROR: Property name is NULL or empty. i=1",
+         [&] { return s.ExecQuerySelect(L"C", nameless, results); }, E_INVALIDARG},
+        {"ExecQuery", "ERROR: ExecQuery(SELECT * FROM C WHERE p < '19700101000000.000000+000') failed. hr=",
          [&] { return s.DeleteInstancesOlderThan(L"C", L"p", c_time); }},
-        {"Get", E_FAIL, "DeleteInstance: ERROR: spInstance.GetPath() failed. hr=", E_FAIL,
-         [&] { return s.DeleteInstance(stored); }},
-        {"DeleteInstance", E_FAIL,
+        {"Get",
+         "DeleteInstance: ERROR: spInstance.GetPath() failed. hr=", [&] { return s.DeleteInstance(stored); }},
+        {"DeleteInstance",
          "DeleteInstance: ERROR: "
          "DeleteInstance(\\\\SRV\\ROOT\\RSOP\\Computer:KxTest.id=\"a\",precedence=1) failed. hr=",
-         E_FAIL, [&] { return s.DeleteInstance(stored); }},
-        {"DeleteClass", E_FAIL, "DeleteClass: ERROR: IWbemServices->DeleteClass(C) failed. hr=", E_FAIL,
+         [&] { return s.DeleteInstance(stored); }},
+        {"DeleteClass", "DeleteClass: ERROR: IWbemServices->DeleteClass(C) failed. hr=",
          [&] { return s.DeleteClass(L"C"); }},
-        {nullptr, S_OK, "CreateNamespace: ERROR: namespaceName is null or empty", E_INVALIDARG,
-         [&] { return s.CreateNamespace(L"", opened); }},
-        {"GetObject", E_FAIL, "ERROR: IWbemServices->GetObject(__NAMESPACE.Name='it\\'s') failed. hr=",
-         E_FAIL, [&] { return s.CreateNamespace(L"it's", opened); }},
-        {"GetObject", c_absent, "ERROR: IWbemServices->GetObject(__NAMESPACE) failed. hr=", c_absent,
-         [&] { return s.CreateNamespace(L"n", opened); }},
-        {nullptr, S_OK, "RegisterWmiClass: ERROR: _RegisterWmiClass(C) failed. hr=", E_POINTER,
-         [&] { return s.RegisterWmiClass(L"C", CkxWbemClassObjectPtr(), {}); }},
-        {nullptr, S_OK, "Dump: ERROR: dumpFilePath is NULL or empty", E_INVALIDARG,
-         [&] { return s.Dump(nullptr, L""); }},
-        {nullptr, S_OK, "Dump: ERROR: Failed to open file C:\\no\\dump for writing. hr=",
-         HRESULT_FROM_WIN32(ERROR_PATH_NOT_FOUND), [&] { return s.Dump(nullptr, L"C:\\no\\dump"); }},
-        {"result Next", E_FAIL,
-         "CkxEnumWbemClassObjectPtr.Next: ERROR: IEnumWbemClassObject->Next() failed. hr=", E_FAIL,
+        {nullptr, "CreateNamespace: ERROR: namespaceName is null or empty",
+         [&] { return s.CreateNamespace(L"", opened); }, E_INVALIDARG},
+        {"GetObject", "ERROR: IWbemServices->GetObject(__NAMESPACE.Name='it\\'s') failed. hr=",
+         [&] { return s.CreateNamespace(L"it's", opened); }},
+        {"GetObject", "ERROR: IWbemServices->GetObject(__NAMESPACE) failed. hr=",
+         [&] { return s.CreateNamespace(L"n", opened); }, c_absent, c_absent},
+        {nullptr, "RegisterWmiClass: ERROR: _RegisterWmiClass(C) failed. hr=",
+         [&] { return s.RegisterWmiClass(L"C", CkxWbemClassObjectPtr(), {}); }, E_POINTER},
+        {nullptr, "Dump: ERROR: dumpFilePath is NULL or empty", [&] { return s.Dump(nullptr, L""); },
+         E_INVALIDARG},
+        {nullptr, "Dump: ERROR: Failed to open file C:\\no\\dump for writing. hr=",
+         [&] { return s.Dump(nullptr, L"C:\\no\\dump"); }, HRESULT_FROM_WIN32(ERROR_PATH_NOT_FOUND)},
+        {"result Next", "CkxEnumWbemClassObjectPtr.Next: ERROR: IEnumWbemClassObject->Next() failed. hr=",
          [&] { return instances.Next(object); }},
-        {"Get", E_FAIL, "CkxWbemClassObjectPtr.Get: ERROR: IWbemClassObject->Get(p) failed. hr=", E_FAIL,
+        {"Get", "CkxWbemClassObjectPtr.Get: ERROR: IWbemClassObject->Get(p) failed. hr=",
          [&] { return stored.Get(L"p", variant); }},
-        {nullptr, S_OK, "Get_DWORD: ERROR: Unexpected id value type 8", c_mismatch,
-         [&] { return stored.Get_DWORD(L"id", number); }},
-        {nullptr, S_OK, "Get_BSTR: ERROR: Unexpected precedence value type 3", c_mismatch,
-         [&] { return stored.Get_CString(L"precedence", text); }},
-        {"Put", E_FAIL, "Put_long: ERROR: IWbemClassObject->Put(precedence, vt=3) failed. hr=", E_FAIL,
+        {nullptr, "Get_DWORD: ERROR: Unexpected id value type 8",
+         [&] { return stored.Get_DWORD(L"id", number); }, c_mismatch},
+        {nullptr, "Get_BSTR: ERROR: Unexpected precedence value type 3",
+         [&] { return stored.Get_CString(L"precedence", text); }, c_mismatch},
+        {"Put", "Put_long: ERROR: IWbemClassObject->Put(precedence, vt=3) failed. hr=",
          [&] { return stored.Put_long(L"precedence", 1); }},
-        {"Put", E_FAIL, "PutNullValue: ERROR: IWbemClassObject->Put(name, NULL) failed. hr=", E_FAIL,
+        {"Put", "PutNullValue: ERROR: IWbemClassObject->Put(name, NULL) failed. hr=",
          [&] { return stored.PutNullValue(L"name"); }},
-        {"SpawnInstance", S_FALSE, "SpawnInstance: ERROR: IWbemClassObject->SpawnInstance() failed. hr=",
-         E_POINTER, [&] { return wmiClass.SpawnInstance(object); }},
+        {"SpawnInstance", "SpawnInstance: ERROR: IWbemClassObject->SpawnInstance() failed. hr=",
+         [&] { return wmiClass.SpawnInstance(object); }, E_POINTER, S_FALSE},
     };
 
     for (const auto& row : rows) {
@@ -182,28 +178,18 @@ TEST_F(WbemTest, PropertiesComeBackAsTheyWerePut)
 {
     const CkxWbemClassObjectPtr o = Spawned(Registered());
 
-    const struct {
-        const wchar_t* property;
-        std::function<HRESULT()> put;
-        const wchar_t* text;
-    } texts[] = {
-        {L"name", [&] { return o.Put_BSTR(L"name", nullptr); }, L""},
-        {L"name", [&] { return o.Put_CString(L"name", L"c"); }, L"c"},
-        {L"name", [&] { return o.Put(L"name", CComVariant(L"v")); }, L"v"},
-        {L"name", [&] { return o.Put_int64(L"name", (std::numeric_limits<long long>::min)()); },
-         L"-9223372036854775808"},
-        {L"name", [&] { return o.Put_int64(L"name", (std::numeric_limits<unsigned long long>::max)()); },
-         L"18446744073709551615"},
-        {L"creationTime", [&] { return o.Put_FILETIME(L"creationTime", c_time); },
-         L"19700101000000.000000+000"},
-    };
-
-    for (const auto& row : texts) {
-        EXPECT_EQ(row.put(), S_OK) << row.text;
+    const auto textOf = [&o](const wchar_t* property, HRESULT put) {
         CString text;
-        EXPECT_EQ(o.Get_CString(row.property, text), S_OK) << row.text;
-        EXPECT_EQ(text, row.text);
-    }
+        EXPECT_EQ(put, S_OK);
+        EXPECT_EQ(o.Get_CString(property, text), S_OK);
+        return std::wstring(text);
+    };
+    EXPECT_EQ(textOf(L"name", o.Put_BSTR(L"name", nullptr)), L"");
+    EXPECT_EQ(textOf(L"name", o.Put_CString(L"name", L"c")), L"c");
+    EXPECT_EQ(textOf(L"name", o.Put(L"name", CComVariant(L"v"))), L"v");
+    EXPECT_EQ(textOf(L"name", o.Put_int64(L"name", LLONG_MIN)), L"-9223372036854775808");
+    EXPECT_EQ(textOf(L"name", o.Put_int64(L"name", ULLONG_MAX)), L"18446744073709551615");
+    EXPECT_EQ(textOf(L"creationTime", o.Put_FILETIME(L"creationTime", c_time)), L"19700101000000.000000+000");
     for (const long number : {0L, 1L, LONG_MAX, LONG_MIN, -1L}) {
         DWORD read = 5;
         EXPECT_EQ(o.Put_long(L"precedence", number), S_OK);

@@ -50,10 +50,7 @@ class StoreQuery : public StoreTest {
 
 TEST_F(StoreQuery, FindsInstances)
 {
-    const struct {
-        const wchar_t* where;
-        const wchar_t* found;
-    } rows[] = {
+    const std::pair<const wchar_t*, const wchar_t*> rows[] = {
         {L"", L"one two six bare"},
         {L" WHERE id='TWO'", L"two"}, // text ignores case
         {L" WHERE id >= 'p'", L"two six"},
@@ -72,10 +69,9 @@ TEST_F(StoreQuery, FindsInstances)
         {L" WHERE precedence = 'x'", L"invalid query"},
         {L" WHERE creationTime < '2026'", L"invalid query"},
     };
-
-    for (const auto& row : rows)
-        EXPECT_EQ(row.found, Found(std::wstring(L"SELECT * FROM wide") + row.where))
-            << ::testing::PrintToString(row.where);
+    for (const auto& [where, found] : rows)
+        EXPECT_EQ(found, Found(std::wstring(L"SELECT * FROM wide") + where))
+            << ::testing::PrintToString(where);
     EXPECT_EQ(L"invalid class", Found(L"SELECT * FROM Odd"));
     EXPECT_EQ(L"invalid query", Found(L"SELECT odd FROM Wide"));
     EXPECT_EQ(L"18446744073709551615", Found(L"SELECT SIZE FROM Wide WHERE hot=FALSE", L"size"));

@@ -11,6 +11,7 @@
 #include <string>
 #include <thread>
 #include <utility>
+#include <vector>
 
 namespace {
 
@@ -20,41 +21,29 @@ constexpr auto c_outOfRange = static_cast<HRESULT>(0x8004102B);
 
 using ZoneRule = TIME_ZONE_INFORMATION (*)(WORD year);
 
-/// A change of the clocks on a Sunday: the first to fourth one of the month, or 5, the last.
-SYSTEMTIME Change(WORD month, WORD sunday, WORD hour)
+/// The changes are on a Sunday: the first to fourth one of the month, or 5, the last.
+TIME_ZONE_INFORMATION Zone(LONG bias, WORD month, WORD sunday, WORD hour, WORD summerMonth, WORD summerSunday,
+                           LONG summerBias)
 {
-    SYSTEMTIME change = {};
-    change.wMonth = month;
-    change.wDay = sunday;
-    change.wHour = hour;
-    return change;
-}
-
-TIME_ZONE_INFORMATION Zone(LONG bias, SYSTEMTIME standard, SYSTEMTIME daylight, LONG daylightBias)
-{
-    TIME_ZONE_INFORMATION zone = {};
-    zone.Bias = bias;
-    zone.StandardDate = standard;
-    zone.DaylightDate = daylight;
-    zone.DaylightBias = daylightBias;
-    return zone;
+    return {bias,      L"", {0, month, 0, sunday, hour, 0, 0, 0},
+            0,         L"", {0, summerMonth, 0, summerSunday, 2, 0, 0, 0},
+            summerBias};
 }
 
 TIME_ZONE_INFORMATION Berlin(WORD)
 {
-    return Zone(-60, Change(10, 5, 3), Change(3, 5, 2), -60);
+    return Zone(-60, 10, 5, 3, 3, 5, -60);
 }
 
 /// The rule was changed in 2007.
 TIME_ZONE_INFORMATION NewYork(WORD year)
 {
-    return year < 2007 ? Zone(300, Change(10, 5, 2), Change(4, 1, 2), -60)
-                       : Zone(300, Change(11, 1, 2), Change(3, 2, 2), -60);
+    return year < 2007 ? Zone(300, 10, 5, 2, 4, 1, -60) : Zone(300, 11, 1, 2, 3, 2, -60);
 }
 
 TIME_ZONE_INFORMATION LordHowe(WORD)
 {
-    return Zone(-630, Change(4, 1, 2), Change(10, 1, 2), -30);
+    return Zone(-630, 4, 1, 2, 10, 1, -30);
 }
 
 ZoneRule g_zone = nullptr;
@@ -114,24 +103,6 @@ const LocalRow c_localRows[] = {
     {"half an hour, spring", LordHowe, L"133726158000000000", L"20241006023000.000000+660"},
 };
 
-struct FileTimeRow {
-    const char* why;
-    const wchar_t* text; ///< null: no string
-    VARIANT_BOOL isLocal;
-    HRESULT code;
-};
-
-const FileTimeRow c_refusedFileTimes[] = {
-    {"no string", nullptr, VARIANT_FALSE, c_invalidSyntax},
-    {"negative", L"-1", VARIANT_FALSE, c_invalidSyntax},
-    {"blank before", L" 1", VARIANT_FALSE, c_invalidSyntax},
-    {"base 16", L"0x1", VARIANT_FALSE, c_invalidSyntax},
-    {"beyond 64 bits", L"18446744073709551616", VARIANT_FALSE, c_invalidSyntax},
-    {"year 10000", L"2650467744000000000", VARIANT_FALSE, c_outOfRange},
-    {"no calendar at all", L"18446744073709551615", VARIANT_FALSE, c_outOfRange},
-    {"year 1600 here", L"0", VARIANT_TRUE, c_outOfRange},
-};
-
 } // namespace
 
 TEST_F(SwbemDateTime, TellsLocalTimeByTheRuleOfThatMoment)
@@ -153,11 +124,16 @@ TEST_F(SwbemDateTime, TellsUtcWhereverItIs)
     EXPECT_EQ(ValueOf(*object), L"16010101000000.000000+000");
     EXPECT_EQ(object->SetFileTime(CComBSTR(L"00000000000000133536764967890129"), VARIANT_FALSE), S_OK);
     EXPECT_EQ(ValueOf(*object), L"20240229103456.789012+000");
-    for (const FileTimeRow& row : c_refusedFileTimes) {
-        const CComBSTR text(row.text);
-        EXPECT_EQ(object->SetFileTime(text, row.isLocal), row.code) << row.why;
-        EXPECT_EQ(ValueOf(*object), L"20240229103456.789012+000") << row.why;
-    }
+    const std::pair<HRESULT, std::vector<const wchar_t*>> refused[] = {
+        {c_invalidSyntax, {nullptr, L"-1", L" 1", L"0x1", L"18446744073709551616"}},
+        {c_outOfRange, {L"2650467744000000000", L"18446744073709551615"}}, // from the year 10000 on
+    };
+    for (const auto& [code, texts] : refused)
+        for (const wchar_t* const text : texts)
+            EXPECT_EQ(object->SetFileTime(CComBSTR(text), VARIANT_FALSE), code)
+                << testing::PrintToString(text);
+    EXPECT_EQ(object->SetFileTime(CComBSTR(L"0"), VARIANT_TRUE), c_outOfRange) << "the year 1600 here";
+    EXPECT_EQ(ValueOf(*object), L"20240229103456.789012+000");
 }
 
 TEST_F(SwbemDateTime, CountsWallTimeOnRequest)

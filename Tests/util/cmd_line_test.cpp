@@ -67,6 +67,9 @@ TEST(CmdLine, JoinsToWhatSplitsAlike)
         ASSERT_TRUE(CkxCmdLine::Join(arguments, line));
         ASSERT_EQ(CkxCmdLine::Split(line), arguments);
     }
+    std::wstring line;
+    ASSERT_TRUE(CkxCmdLine::Join(Strings{L"C:\\p.exe", L"/a:b\\c\\", L"", L"d e\\"}, line));
+    EXPECT_EQ(line, L"C:\\p.exe /a:b\\c\\ \"\" \"d e\\\\\"") << "quotes only where needed";
 }
 
 TEST(CmdLine, RefusesWhatNoLineCanCarry)
@@ -77,11 +80,4 @@ TEST(CmdLine, RefusesWhatNoLineCanCarry)
         EXPECT_FALSE(CkxCmdLine::Join(arguments, line));
         EXPECT_EQ(line, L"kept");
     }
-}
-
-TEST(CmdLine, QuotesOnlyWhereNeeded)
-{
-    std::wstring line;
-    ASSERT_TRUE(CkxCmdLine::Join(Strings{L"C:\\p.exe", L"/a:b\\c\\", L"", L"d e\\"}, line));
-    EXPECT_EQ(line, L"C:\\p.exe /a:b\\c\\ \"\" \"d e\\\\\"");
 }
