@@ -92,7 +92,7 @@ TEST_F(WbemTest, FailedCallsAreToldAndChangeNothing)
     CComVariant variant(7L);
     CString text(L"kept");
     DWORD number = 7;
-    const WbemCondition quoted[] = {{L"id", L"it's"}, {L"name", L""}};
+    const WbemCondition quoted[] = {{L"id", L"it's \"\\"}, {L"name", nullptr}};
     const WbemCondition nameless[] = {{L"id", L"a"}, {nullptr, L""}};
     constexpr auto c_absent = static_cast<HRESULT>(WBEM_E_NOT_FOUND);
     constexpr auto c_mismatch = static_cast<HRESULT>(WBEM_E_TYPE_MISMATCH);
@@ -115,7 +115,7 @@ TEST_F(WbemTest, FailedCallsAreToldAndChangeNothing)
          [&] { return s.EnumClasses(nullptr, results); }, E_POINTER, S_FALSE},
         {"ExecQuery", "ERROR: ExecQuery(SELECT * from META_CLASS WHERE __this ISA \"B\") failed. hr=",
          [&] { return s.EnumClasses(L"B", results); }},
-        {"ExecQuery", "ERROR: ExecQuery(SELECT * from C WHERE id='it\\'s' AND name='') failed. hr=",
+        {"ExecQuery", "ERROR: ExecQuery(SELECT * from C WHERE id='it\\'s \\\"\\\\' AND name='') failed. hr=",
          [&] { return s.ExecQuerySelect(L"C", quoted, results); }},
         {nullptr, "ExecQueryV: ERROR: ExecQuery(<NULL>) failed. hr=",
          [&] { return s.ExecQueryV(results, nullptr); }, E_INVALIDARG},
