@@ -11,21 +11,16 @@
 
 namespace {
 
-// The thread's record, with the lock held where the record is shared.
-class RecordTurn {
+// The lock, for a record that threads share.
+class SharedTurn {
   public:
-    RecordTurn() noexcept : _m_state(D_ThreadState())
+    explicit SharedTurn(const D_ThreadState_c& thread) noexcept
     {
-        if (_m_state.shared)
+        if (thread.shared)
             _m_turn.emplace();
     }
 
-    D_ThreadState_c& operator*() const noexcept { return _m_state; }
-
-    D_ThreadState_c* operator->() const noexcept { return &_m_state; }
-
   private:
-    D_ThreadState_c& _m_state;
     std::optional<D_LockTurn_c> _m_turn;
 };
 
@@ -36,6 +31,7 @@ void PrintScopeLine(Template which, D_ThreadState_c& thread, const char* classNa
 {
     if (!D_IsStackTraced() || thread.reentry != 0)
         return;
+    const CkxLastErrorKeeper keeper;
     const D_LockTurn_c turn;
     D_Runtime_c* const runtime = D_Runtime_c::Get();
     if (!runtime)
@@ -63,6 +59,7 @@ void ReportMissing(const D_ThreadState_c& thread, const char* name) noexcept
 {
     if (thread.shared) // threads that share a record drop each other's names
         return;
+    const CkxLastErrorKeeper keeper;
     const D_LockTurn_c turn;
     if (D_Runtime_c* runtime = D_Runtime_c::Get())
         kx::messages::StackInformationMissing(*runtime, name);
@@ -74,19 +71,20 @@ D_Scope_c::D_Scope_c(const char* name, const char* className) noexcept
     : _m_name(name), _m_className(className)
 {
     const CkxLastErrorKeeper keeper;
-    const RecordTurn thread;
-    thread->stack.Push(_m_name);
-    ++thread->depth;
-    PrintScopeLine(&D_ScopeTemplates_c::enter, *thread, _m_className);
+    _m_thread = &D_ThreadState();
+    const SharedTurn turn(*_m_thread);
+    _m_thread->stack.Push(_m_name);
+    ++_m_thread->depth;
+    PrintScopeLine(&D_ScopeTemplates_c::enter, *_m_thread, _m_className);
 }
 
+// Nearly always without a call to the system, since scopes are left by the million.
 D_Scope_c::~D_Scope_c()
 {
-    const CkxLastErrorKeeper keeper;
-    const RecordTurn thread;
-    PrintScopeLine(&D_ScopeTemplates_c::leave, *thread, _m_className);
-    if (thread->depth)
-        --thread->depth;
-    if (!thread->stack.Pop(_m_name))
-        ReportMissing(*thread, _m_name);
+    const SharedTurn turn(*_m_thread);
+    PrintScopeLine(&D_ScopeTemplates_c::leave, *_m_thread, _m_className);
+    if (_m_thread->depth)
+        --_m_thread->depth;
+    if (!_m_thread->stack.Pop(_m_name))
+        ReportMissing(*_m_thread, _m_name);
 }
