@@ -5,15 +5,13 @@
 #include "Agent/engine/kx_gpext/rsop_log.h"
 #include "Bench/bare_rsop.h"
 #include "Bench/bench_report.h"
-#include "Common_CPP/util/unique_handle.h"
 #include "Common_CPP/xml/xml_document.h"
+#include "Tests/support/temp_folder.h"
 #include "Tools/rsop_store/rsop_store.h"
 #include "Tools/rsop_store/swbem_date_time.h"
 
 #include <windows.h>
 
-#include <cstdio>
-#include <cstdlib>
 #include <memory>
 #include <string>
 #include <vector>
@@ -66,14 +64,15 @@ struct Stage {
 
 wchar_t g_directoryPath[] = L"LDAP://CN=Machine,CN={A},CN=Policies,CN=System,DC=fernhill,DC=example";
 wchar_t g_link[] = L"LDAP://DC=fernhill,DC=example";
-std::wstring g_folder; // holds a Policies.xml, for its time
+wchar_t g_path[] = L"C:\\KX\\{A}\\Machine"; // nothing is read from there
+constexpr FILETIME kTime = {1, 0x01DC0000};
 
 GROUP_POLICY_OBJECTW Gpo()
 {
     GROUP_POLICY_OBJECTW gpo{};
     gpo.lpDSPath = g_directoryPath;
     gpo.lpLink = g_link;
-    gpo.lpFileSysPath = g_folder.data();
+    gpo.lpFileSysPath = g_path;
     return gpo;
 }
 
@@ -81,7 +80,7 @@ void LogOurs(Stage& stage)
 {
     GROUP_POLICY_OBJECTW entry = Gpo();
     CkxKxGroupPolicyObject gpo(&entry, true);
-    gpo.ReadPoliciesFileTime();
+    gpo.SetPoliciesFileTime(kTime); // as in a refresh, which has it from reading the policies
     CkxRsopLog log(stage.store.Services(), true);
     CkxRsopLogGroups groups(stage.groupsRoot);
     CkxXMLNode policy; // which the caller has at hand: finding it is no part of logging, on neither side
@@ -119,19 +118,6 @@ kx::BenchSide Side(int count, Log log)
     };
 }
 
-// A folder for the files of both sides.
-std::wstring MakeFolder()
-{
-    wchar_t temp[MAX_PATH + 1];
-    Require(::GetTempPathW(MAX_PATH + 1, temp) != 0, "the temporary folder");
-    std::wstring folder = std::wstring(temp) + L"kx_bench_rsop";
-    ::CreateDirectoryW(folder.c_str(), nullptr);
-    const CkxFileHandle file(::CreateFileW((folder + L"\\Policies.xml").c_str(), GENERIC_WRITE, 0, nullptr,
-                                           CREATE_ALWAYS, 0, nullptr));
-    Require(static_cast<bool>(file), "a file for its time");
-    return folder;
-}
-
 } // namespace
 
 int main(int argc, char** argv)
@@ -141,9 +127,9 @@ int main(int argc, char** argv)
     {
         const CkxDateTimeClass dateTimes;
         Require(dateTimes.Status() == S_OK, "the converter of times");
-        g_folder = MakeFolder();
-        Require(TraceInto(g_folder + L"\\ours.trace"), "our side's trace file");
-        CkxBareRsop bare(g_folder + L"\\bare.lines", kGroups);
+        const TempFolder folder;
+        Require(TraceInto(folder / L"ours.trace"), "our side's trace file");
+        CkxBareRsop bare(folder / L"bare.lines", kGroups);
         std::vector<kx::Samples> ours;
         const int counts[] = {1000, 10000, 100000};
         const int rounds[] = {21, 9, 5};
