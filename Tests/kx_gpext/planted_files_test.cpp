@@ -209,7 +209,7 @@ DWORD WINAPI FinalPath(HANDLE file, LPWSTR path, DWORD room, DWORD /*form*/)
 {
     wchar_t real[2048];
     const DWORD length =
-        ImportHook<&FinalPath>::Original(file, real, DWORD{ARRAYSIZE(real)}, VOLUME_NAME_DOS);
+        ImportHook<&FinalPath>::Original(file, real, DWORD{ARRAYSIZE(real)}, DWORD{VOLUME_NAME_DOS});
     const std::wstring_view dos(real, length < ARRAYSIZE(real) ? length : 0);
     if (!dos.starts_with(L"\\\\?\\C:\\"))
         return 0;

@@ -34,9 +34,8 @@ TEST(UtilTest, FindsTheModule)
 
 TEST(UtilTest, ReadsTheEnvironment)
 {
-    for (const std::size_t length :
-         {0, MAX_PATH - 1, MAX_PATH, 32766}) { // around the first room, the longest
-        const std::wstring expected(length, L'v');
+    for (const int length : {0, MAX_PATH - 1, MAX_PATH, 32766}) { // around the first room, the longest
+        const std::wstring expected(static_cast<std::size_t>(length), L'v');
         ASSERT_TRUE(::SetEnvironmentVariableW(L"KX_UTIL_TEST", expected.c_str())) << length;
         CString value = L"before";
         ::SetLastError(0x12345678);

@@ -13,7 +13,7 @@ class XmlDocumentTest : public XmlTest {
   protected:
     CString File(const wchar_t* name, const std::string& bytes) const
     {
-        return folder.Write(name, bytes).c_str();
+        return CString(folder.Write(name, bytes).c_str());
     }
 
     static std::string Utf16(const std::wstring& text)
