@@ -39,7 +39,7 @@ kx::BenchSide Side(const Work& work)
     return Prepared([] {}, work);
 }
 
-void Compare(CkxBenchReport& report, const char* what, double goal, const kx::BenchSide& ours,
+void Compare(CkxBenchReport& report, const std::string& what, double goal, const kx::BenchSide& ours,
              const kx::BenchSide& theirs, int rounds = kRounds)
 {
     const std::vector<kx::Samples> sides = kx::Interleave(rounds, {ours, theirs});
@@ -87,7 +87,7 @@ void ForEachBarePolicy(const CkxXMLNode& root, const Visit& visit)
     bare::ForEachChild(root.Get(), L"Policy", visit);
 }
 
-void CountPolicies(const CkxXMLNode& root)
+void CountBarePolicies(const CkxXMLNode& root)
 {
     ForEachBarePolicy(root, [](IXMLDOMNode*) { g_sum = g_sum + 1; });
 }
@@ -105,7 +105,7 @@ void CompareReused(CkxBenchReport& report, const Source& source)
                      more = node.GetNextSibling(L"Policy", node))
                     g_sum = g_sum + 1;
             }),
-            Side([&] { CountPolicies(source.root); }));
+            Side([&] { CountBarePolicies(source.root); }));
     Compare(report, "read attribute, wrapper reused", kGoalReused, Side([&] {
                 for (int i = 0; i < kElements; ++i) {
                     int order = 0;
@@ -133,7 +133,7 @@ void CompareMade(CkxBenchReport& report, const Source& source)
 
     Compare(report, "walk, wrapper made each step", kGoalMade,
             Side([&] { ForEachPolicy(source.root, [](const CkxXMLNode&) { g_sum = g_sum + 1; }); }),
-            Side([&] { CountPolicies(source.root); }));
+            Side([&] { CountBarePolicies(source.root); }));
     Compare(report, "walk, read and write, made each step", kGoalMade, Side([&] {
                 ForEachPolicy(source.root, [](const CkxXMLNode& policy) {
                     int order = 0;
@@ -255,8 +255,7 @@ class WholeFile {
 
 void CompareWhole(CkxBenchReport& report, const WholeFile& file, const std::string& size, int rounds)
 {
-    Compare(report, ("load and release, " + size).c_str(), kGoalWhole, file.Loads(1), file.BareLoad(),
-            rounds);
+    Compare(report, "load and release, " + size, kGoalWhole, file.Loads(1), file.BareLoad(), rounds);
     const auto texts = kx::Interleave(rounds, {file.Texts(1), file.BareText(), file.TextCopy()});
     report.Compare("text, " + size, "ns", texts[0], texts[1], kGoalWhole);
     report.Compare("text copied into a CString, " + size, "ns", texts[2], texts[1]);

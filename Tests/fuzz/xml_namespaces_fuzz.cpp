@@ -21,7 +21,7 @@ constexpr Piece kPieces[] = {
     {u"urn:kx", u"urn:kx"},
     {u"<", u"&lt;"},
     {u"& ", u"&amp; "},
-    {u"&", u"&amp;"}, // no piece begins with a letter that would end in a reference
+    {u"&", u"&amp;"}, // no piece after it makes it a reference
     {u"&amp;", u"&amp;"},
     {u"&lt;", u"&lt;"},
     {u"&#65;", u"&#65;"},
