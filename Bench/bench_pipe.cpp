@@ -5,9 +5,9 @@
 // noise.
 //
 // The turn, the wait for an instance and the announcement cost the same for every message: some hundred
-// microseconds on an idle machine. There they alone are more than a tenth of what a bare client takes for 1
-// MiB, as the row of the protocol's calls shows, and no sender can meet the goal against the bare client; a
-// message of that size is judged against those calls.
+// microseconds on an idle machine. There they alone are a tenth and more of what a bare client takes for 1
+// MiB, as the row of the protocol's calls shows, so that no sender can be sure of the goal against the bare
+// client; a message of that size is judged against those calls.
 #include "Agent/engine/kx_gpext/gp_pipe.h"
 #include "Agent/engine/kx_gpext/kx_gpext.h"
 #include "Bench/bench_report.h"

@@ -57,8 +57,10 @@ class D_NoFileOperations_c {
 /// that is ending, where that thread is gone.
 [[nodiscard]] bool D_CanTrace() noexcept;
 
-/// The calling thread ends: frees what is kept for it. For the detach notification.
+/// The calling thread ends: frees what is kept for it. For the detach notification. REQUIRES: no scope of the
+/// thread is open.
 void D_ThreadEnds() noexcept;
 
 /// The module is being unloaded while the process goes on: frees everything. Nothing may trace after it.
+/// REQUIRES: no scope is open.
 void D_ModuleUnloads() noexcept;
