@@ -17,11 +17,15 @@ class CkxXMLNodeLineage {
   public:
     CkxXMLNodeLineage() noexcept = default;
 
-    /// Of a node whose name is known to be `name`.
-    explicit CkxXMLNodeLineage(std::wstring_view name) noexcept : _m_bucket(BucketOf(name)) {}
-
     CkxXMLNodeLineage(const CkxXMLNodeLineage& other) noexcept;
     CkxXMLNodeLineage& operator=(const CkxXMLNodeLineage& other) noexcept;
+
+    /// Forgets all but the name of another node, which is known to be `name`.
+    void StartAt(std::wstring_view name) noexcept
+    {
+        _m_bucket.store(BucketOf(name), std::memory_order_relaxed);
+        _m_known.store(0, std::memory_order_relaxed);
+    }
 
     /// Whether the element `child`, of the lineage `childLineage`, is `node`, that of this lineage, or holds
     /// it.
