@@ -14,7 +14,7 @@ inline constexpr std::size_t kMaxExpression = 4096;
 
 /// The most steps that an expression may compile to: shorthands grow, and a search of 16,000 characters
 /// must end within 100 ms.
-inline constexpr std::size_t kMaxSteps = 2000;
+inline constexpr std::size_t kMaxSteps = 1500;
 
 /// Match groups that a back-reference can name; the others leave no trace in the program.
 inline constexpr unsigned kNamedGroups = 10;

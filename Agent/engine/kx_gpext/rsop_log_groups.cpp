@@ -8,6 +8,8 @@ KXT_CLASS("CkxRsopLog");
 
 namespace {
 
+constexpr const wchar_t* kGroup = L"ApplicationGroup";
+
 template <class Visit>
 void ForEachChild(const CkxXMLNode& parent, const wchar_t* name, const Visit& visit)
 {
@@ -32,8 +34,7 @@ void CkxRsopLogGroups::SetNamesToGroups(const CkxXMLNode& policy)
         return;
     KXT_SCOPE("_SetNamesToGroups");
     ForEachChild(policy, L"Targets", [&](const CkxXMLNode& targets) {
-        ForEachChild(targets, L"ApplicationGroup",
-                     [&](const CkxXMLNode& group) { _SetNameToGroup(policy, group); });
+        ForEachChild(targets, kGroup, [&](const CkxXMLNode& group) { _SetNameToGroup(policy, group); });
     });
 }
 
@@ -58,24 +59,31 @@ void CkxRsopLogGroups::_SetNameToGroup(const CkxXMLNode& policy, const CkxXMLNod
 
 const CkxRsopLogGroups::Definition* CkxRsopLogGroups::_Find(std::wstring_view id)
 {
-    if (!_m_read)
-        _ReadDefinitions();
-    const auto found = _m_definitions.find(id);
-    return found == _m_definitions.end() ? nullptr : &found->second;
+    if (const auto known = _m_definitions.find(id); known != _m_definitions.end())
+        return &known->second;
+    while (_m_more)
+        if (const auto* const read = _ReadNext(); read && read->first == id)
+            return &read->second;
+    return nullptr;
 }
 
-// Of two definitions with one id the first counts. An id that holds a quotation mark names no group.
-void CkxRsopLogGroups::_ReadDefinitions()
+// Of two definitions with one id the first counts. An id that holds a quotation mark names no group. A
+// definition that memory runs out for is read again when the next group is looked for.
+const CkxRsopLogGroups::Definitions::value_type* CkxRsopLogGroups::_ReadNext()
 {
-    ForEachChild(_m_root, L"ApplicationGroup", [&](const CkxXMLNode& group) {
-        Definition definition;
-        if (!group.GetAttribute(L"id", definition.id))
-            return;
+    CkxXMLNode group;
+    const bool isThere =
+        _m_last.IsNull() ? _m_root.GetFirstChild(kGroup, group) : _m_last.GetNextSibling(kGroup, group);
+    Definition definition;
+    const Definitions::value_type* read = nullptr;
+    if (isThere && group.GetAttribute(L"id", definition.id)) {
         const std::wstring_view id(definition.id.m_str, definition.id.Length());
-        if (id.find(L'"') != id.npos)
-            return;
-        (void)group.GetAttribute(L"name", definition.name);
-        _m_definitions.try_emplace(id, std::move(definition));
-    });
-    _m_read = true;
+        if (id.find(L'"') == id.npos) {
+            (void)group.GetAttribute(L"name", definition.name);
+            read = &*_m_definitions.try_emplace(id, std::move(definition)).first;
+        }
+    }
+    _m_last = std::move(group);
+    _m_more = isThere;
+    return read;
 }

@@ -6,8 +6,9 @@
 #include <string_view>
 #include <unordered_map>
 
-/// The names of one GPO's application groups by their id. Read from ApplicationGroups.xml when the first one
-/// is wanted, in one walk, so that a GPO costs its policies plus its groups and not their product.
+/// The names of one GPO's application groups by their id. ApplicationGroups.xml is walked once, and only as
+/// far as the groups that are wanted stand in it, so that a GPO costs its policies plus its groups at most,
+/// and not their product.
 class CkxRsopLogGroups {
   public:
     /// `applicationGroups` is the file's root; empty where there is none.
@@ -23,11 +24,14 @@ class CkxRsopLogGroups {
         CComBSTR name; ///< null where it has none
     };
 
+    using Definitions = std::unordered_map<std::wstring_view, Definition>; ///< the keys look into their ids
+
     void _SetNameToGroup(const CkxXMLNode& policy, const CkxXMLNode& group);
     [[nodiscard]] const Definition* _Find(std::wstring_view id);
-    void _ReadDefinitions();
+    [[nodiscard]] const Definitions::value_type* _ReadNext(); ///< null where it defines nothing
 
     CkxXMLNode _m_root;
-    bool _m_read = false;
-    std::unordered_map<std::wstring_view, Definition> _m_definitions; ///< the keys look into their ids
+    CkxXMLNode _m_last; ///< that was read; empty at first
+    bool _m_more = true;
+    Definitions _m_definitions;
 };
