@@ -274,7 +274,7 @@ void CompareDocuments(CkxBenchReport& report)
     const WholeFile small(kElements / 10);
     const WholeFile large(kElements);
     CompareWhole(report, small, "10,000 policies", kRounds);
-    CompareWhole(report, large, "100,000 policies", 5);
+    CompareWhole(report, large, "100,000 policies", 9);
     CompareGrowth(report, "load against policies, 10,000 to 100,000", small.Loads(10), large.Loads(1));
     CompareGrowth(report, "text against policies, 10,000 to 100,000", small.Texts(10), large.Texts(1));
 }

@@ -73,58 +73,60 @@ HRESULT CkxWbemClassObjectPtr::Get_DWORD(const wchar_t* name, DWORD& value) cons
 
 HRESULT CkxWbemClassObjectPtr::Put(const wchar_t* name, const VARIANT& value) const
 {
-    KXT_SCOPE("Put");
-    return _Put(name, value);
+    return _Put("Put", name, value);
 }
 
-// Runs in the scope of the operation that the caller named: policies are written by the hundred thousand.
-HRESULT CkxWbemClassObjectPtr::_Put(const wchar_t* name, const VARIANT& value) const
+// Opens the scope of the operation that the caller named only where a line needs it: policies are written by
+// the hundred thousand.
+HRESULT CkxWbemClassObjectPtr::_Put(const char* method, const wchar_t* name, const VARIANT& value) const
 {
-    // Type 0: the property's own. The value is only read.
-    return KX_WBEM_CALL(_m_object, Put(name, 0, const_cast<VARIANT*>(&value), 0),
-                        "ERROR: IWbemClassObject->Put(" << name << ", vt=" << value.vt << ") failed. hr=");
+    if (_m_object) { // type 0: the property's own; the value is only read
+        const HRESULT hr = _m_object->Put(name, 0, const_cast<VARIANT*>(&value), 0);
+        if (SUCCEEDED(hr))
+            return hr;
+        KXT_SCOPE(method);
+        return KX_WBEM_TRY(hr,
+                           "ERROR: IWbemClassObject->Put(" << name << ", vt=" << value.vt << ") failed. hr=");
+    }
+    KXT_SCOPE(method);
+    return KX_WBEM_REQUIRE(_m_object);
 }
 
 HRESULT CkxWbemClassObjectPtr::Put_BSTR(const wchar_t* name, BSTR value) const
 {
-    KXT_SCOPE("Put_BSTR");
-    return _PutText(name, value);
+    return _PutText("Put_BSTR", name, value);
 }
 
-HRESULT CkxWbemClassObjectPtr::_PutText(const wchar_t* name, BSTR value) const
+HRESULT CkxWbemClassObjectPtr::_PutText(const char* method, const wchar_t* name, BSTR value) const
 {
     CComBSTR empty;
     if (!value)
         empty = L"";
     VARIANT lent = Lent(VT_BSTR);
     lent.bstrVal = value ? value : empty.m_str;
-    return _Put(name, lent);
+    return _Put(method, name, lent);
 }
 
 HRESULT CkxWbemClassObjectPtr::Put_CString(const wchar_t* name, const CString& value) const
 {
-    KXT_SCOPE("Put_CString");
-    return _PutText(name, CComBSTR(value.GetLength(), value.GetString()));
+    return _PutText("Put_CString", name, CComBSTR(value.GetLength(), value.GetString()));
 }
 
 HRESULT CkxWbemClassObjectPtr::Put_long(const wchar_t* name, long value) const
 {
-    KXT_SCOPE("Put_long");
     VARIANT number = Lent(VT_I4);
     number.lVal = value;
-    return _Put(name, number);
+    return _Put("Put_long", name, number);
 }
 
 HRESULT CkxWbemClassObjectPtr::Put_int64(const wchar_t* name, long long value) const
 {
-    KXT_SCOPE("Put_int64");
-    return _PutText(name, CComBSTR(kx::FormatInt<wchar_t>(value).Get()));
+    return _PutText("Put_int64", name, CComBSTR(kx::FormatInt<wchar_t>(value).Get()));
 }
 
 HRESULT CkxWbemClassObjectPtr::Put_int64(const wchar_t* name, unsigned long long value) const
 {
-    KXT_SCOPE("Put_int64");
-    return _PutText(name, CComBSTR(kx::FormatInt<wchar_t>(value).Get()));
+    return _PutText("Put_int64", name, CComBSTR(kx::FormatInt<wchar_t>(value).Get()));
 }
 
 HRESULT CkxWbemClassObjectPtr::Put_FILETIME(const wchar_t* name, const FILETIME& value) const
@@ -134,7 +136,7 @@ HRESULT CkxWbemClassObjectPtr::Put_FILETIME(const wchar_t* name, const FILETIME&
         return E_POINTER;
     CComBSTR text;
     const HRESULT hr = CkxSWbemDateTimePtr::FileTime2WmiDateTime(value, false, text);
-    return SUCCEEDED(hr) ? _PutText(name, text) : hr;
+    return SUCCEEDED(hr) ? _PutText("Put_FILETIME", name, text) : hr;
 }
 
 HRESULT CkxWbemClassObjectPtr::PutNullValue(const wchar_t* name) const

@@ -48,8 +48,8 @@ class CkxWbemClassObjectPtr : public CkxWbemPtr<IWbemClassObject> {
   private:
     friend class CkxWbemServicesPtr; // registers and checks classes through the steps below
 
-    [[nodiscard]] HRESULT _Put(const wchar_t* name, const VARIANT& value) const;
-    [[nodiscard]] HRESULT _PutText(const wchar_t* name, BSTR value) const;
+    [[nodiscard]] HRESULT _Put(const char* method, const wchar_t* name, const VARIANT& value) const;
+    [[nodiscard]] HRESULT _PutText(const char* method, const wchar_t* name, BSTR value) const;
     /// Registers every property, in the table's order, on a class under construction; ends at the first
     /// failure, which it traces.
     [[nodiscard]] HRESULT _RegisterClassProperties(std::span<const WbemPropertyDesc> properties) const;

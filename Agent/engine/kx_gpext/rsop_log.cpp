@@ -110,20 +110,20 @@ bool CkxRsopLog::_ReadAction(const CkxKxGroupPolicyObject& gpo, const CkxXMLNode
 bool CkxRsopLog::_ReadSetting(const CkxKxGroupPolicyObject& gpo, RsopPolicySettingData& setting)
 {
     const std::wstring_view xml(setting.xml.m_str, setting.xml.Length());
-    std::wstring value;
-    if (!kx::ReadStartTagAttribute<wchar_t>(xml, L"name", value)) {
+    if (!kx::ReadStartTagAttribute<wchar_t>(xml, L"name", _m_value)) {
         KXT_OUT(KXT_ERROR, "ERROR: FAiled to get policy name attribute. GPO: " << gpo);
         return false;
     }
-    setting.name = CComBSTR(static_cast<int>(value.size()), value.c_str());
-    if (!kx::ReadStartTagAttribute<wchar_t>(xml, L"gpid", value)) {
+    setting.name = CComBSTR(static_cast<int>(_m_value.size()), _m_value.c_str());
+    if (!kx::ReadStartTagAttribute<wchar_t>(xml, L"gpid", _m_value)) {
         KXT_OUT(KXT_ERROR, "ERROR: FAiled to get policy gpid attribute. GPO: " << gpo << ", Policy: "
                                                                                << setting.name.m_str);
         return false;
     }
-    setting.id = CComBSTR(static_cast<int>(value.size()), value.c_str());
+    setting.id = CComBSTR(static_cast<int>(_m_value.size()), _m_value.c_str());
     std::int32_t order = 0;
-    if (!kx::ReadStartTagAttribute<wchar_t>(xml, L"order", value) || !kx::ScanInt32<wchar_t>(value, order)) {
+    if (!kx::ReadStartTagAttribute<wchar_t>(xml, L"order", _m_value) ||
+        !kx::ScanInt32<wchar_t>(_m_value, order)) {
         KXT_OUT(KXT_ERROR, "ERROR: FAiled to get policy order attribute. GPO: " << gpo << ", Policy: "
                                                                                 << setting.name.m_str);
         return false;

@@ -5,6 +5,7 @@
 #include "Common_CPP/kxwbem/kxwbem_datetime.h"
 #include "Common_CPP/kxwbem/kxwbem_services.h"
 
+#include <string>
 #include <unordered_map>
 
 #include <userenv.h>
@@ -64,7 +65,7 @@ class CkxRsopLog {
                                      CkxRsopLogGroups& groups);
     [[nodiscard]] static bool _ReadAction(const CkxKxGroupPolicyObject& gpo, const CkxXMLNode& policy,
                                           int& action);
-    [[nodiscard]] static bool _ReadSetting(const CkxKxGroupPolicyObject& gpo, RsopPolicySettingData& setting);
+    [[nodiscard]] bool _ReadSetting(const CkxKxGroupPolicyObject& gpo, RsopPolicySettingData& setting);
     [[nodiscard]] HRESULT _LogPolicySetting(const CkxKxGroupPolicyObject& gpo,
                                             const RsopPolicySettingData& setting);
     [[nodiscard]] HRESULT _InsertConfigurationToMap(const CkxKxGroupPolicyObject& gpo,
@@ -92,5 +93,6 @@ class CkxRsopLog {
     HRESULT _m_schemaResult = S_FALSE;
     CkxGpConfigMap _m_configMap;
     std::unordered_map<const GROUP_POLICY_OBJECTW*, GpoTexts> _m_gpoTexts; ///< entries outlive this object
-    CkxSWbemDateTimePtr _m_dateTime;                                       ///< once it was needed
+    std::wstring _m_value;           ///< the last attribute's, kept for its room
+    CkxSWbemDateTimePtr _m_dateTime; ///< once it was needed
 };
