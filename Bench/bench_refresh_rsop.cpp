@@ -26,7 +26,7 @@ struct Size {
 
 constexpr Size kSizes[] = {
     {"1x100", 1, 100, 31},  {"10x100", 10, 100, 15},  {"100x100", 100, 100, 7},
-    {"999x20", 999, 20, 5}, {"1x10000", 1, 10000, 7}, {"1x100000", 1, 100000, 3},
+    {"999x20", 999, 20, 9}, {"1x10000", 1, 10000, 7}, {"1x100000", 1, 100000, 3},
 };
 
 // The fastest way to the document, with each policy logged as it is merged.
