@@ -81,7 +81,7 @@ void CheckAll(const kx::RuleTable<int>& table, const std::vector<PlainRule>& rul
     for (const PlainRule& rule : rules)
         asksStack |= rule.scope == kx::ScopeKind::Stack && !rule.coversAll;
     Require(table.HasStackRules() == asksStack, "whether the stack counts");
-    for (const std::uint32_t level : {0U, 104U, 800U, 2040U, 0xFFFFFFFFU})
+    for (const std::uint32_t level : {104U, 800U, 0xFFFFFFFFU})
         for (const char* className : kClasses)
             for (const char* file : kFiles)
                 for (const std::size_t scopes : {std::size_t{0}, std::size(kScopes)}) {
@@ -108,7 +108,7 @@ void CheckFileBase(const std::string& path)
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    constexpr std::size_t mostRules = 8;
+    constexpr std::size_t mostRules = 5;
     fuzz::Input input(data, size);
     kx::RuleTable<int> table;
     std::vector<PlainRule> rules;

@@ -1,5 +1,7 @@
 // Any text as a configuration file: nothing breaks, and the dump of what came of it, read again, gives the
 // same dump and the same decisions.
+//
+//   trace_config_fuzz -max_len=512
 #include "Common_CPP/trace/directive_parser.h"
 #include "Common_CPP/trace/line_reader.h"
 #include "Common_CPP/trace/settings.h"
