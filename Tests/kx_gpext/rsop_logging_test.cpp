@@ -135,12 +135,14 @@ TEST_F(RsopLogging, NamesGroups)
 {
     _m_changed.Add(MakeFiles(
         kGpoA,
-        Policies("<Policy name='n' gpid='i' action='1' order='3'><Targets><ApplicationGroup id='a'/>"
-                 "<ApplicationGroup/><ApplicationGroup id='gone'/></Targets><Targets>"
-                 "<ApplicationGroup id='nameless'/><ApplicationGroup id='&quot;'/></Targets></Policy>"),
+        Policies(
+            "<Policy name='n' gpid='i' action='1' order='3'><Targets><ApplicationGroup id='late'/>"
+            "<ApplicationGroup id='a'/><ApplicationGroup/><ApplicationGroup id='gone'/></Targets><Targets>"
+            "<ApplicationGroup id='nameless'/><ApplicationGroup id='&quot;'/></Targets></Policy>"),
         "<ApplicationGroups version='5'><ApplicationGroup id='a' name='First'/>"
         "<ApplicationGroup id='a' name='Second'/><ApplicationGroup id='nameless'/>"
-        "<ApplicationGroup id='&quot;' name='Quote'/></ApplicationGroups>"));
+        "<ApplicationGroup id='&quot;' name='Quote'/><ApplicationGroup name='No id'/>"
+        "<ApplicationGroup id='late' name='Late'/></ApplicationGroups>"));
     EXPECT_EQ(Refresh(kUser), 0U);
     EXPECT_THAT(Trace(), AllOf(HasSubstr("ERROR: policy n contains group without id "),
                                HasSubstr("ERROR: policy n contains group id gone which is not found in "
@@ -148,8 +150,8 @@ TEST_F(RsopLogging, NamesGroups)
                                HasSubstr("ERROR: group id nameless has no name"),
                                HasSubstr("ERROR: policy n contains group id \" which is not found")));
     const std::string logged = Logged(kPolicyClass, {L"policyXml"});
-    EXPECT_THAT(logged,
-                AllOf(HasSubstr("name=\"First\""), Not(HasSubstr("Second")), Not(HasSubstr("Quote"))));
+    EXPECT_THAT(logged, AllOf(HasSubstr("id=\"late\" name=\"Late\""), HasSubstr("id=\"a\" name=\"First\""),
+                              Not(HasSubstr("Second")), Not(HasSubstr("Quote")), Not(HasSubstr("No id"))));
     EXPECT_THAT(ReceivedMeaning(), HasSubstr("name=\"First\"")) << "the agent sees the names too";
 }
 
