@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <limits>
 #include <string>
+#include <utility>
 
 namespace {
 
@@ -151,8 +152,19 @@ TEST(Level, DescriptorsMatchAndPrint)
         EXPECT_TRUE(row.level.Matches(row.matches)) << row.text;
         EXPECT_FALSE(row.level.Matches(row.differs)) << row.text;
     }
-    EXPECT_EQ(kx::LevelName(3838), "KXT_REDIRECTED");
-    EXPECT_EQ(kx::LevelName(610), "");
+    const std::pair<std::uint32_t, const char*> names[] = {{100, "KXT_ERROR"},
+                                                           {200, "KXT_WARNING"},
+                                                           {300, "KXT_INFO"},
+                                                           {400, "KXT_TRACE"},
+                                                           {500, "KXT_VERBOSE"},
+                                                           {600, "KXT_DEBUG"},
+                                                           {3700, "KXT_FLASHBACK_ERROR"},
+                                                           {3710, "KXT_FLASHBACK_WARNING"},
+                                                           {3720, "KXT_FLASHBACK_INFO"},
+                                                           {3838, "KXT_REDIRECTED"},
+                                                           {610, ""}};
+    for (const auto& [level, called] : names)
+        EXPECT_EQ(kx::LevelName(level), called);
     EXPECT_FALSE(noName.Matches(610)) << "a level without a name is not the one with the empty name";
 }
 
