@@ -87,7 +87,7 @@ bool Compiler::_Walk(std::string_view expression)
     if (!_Items(expression) || !_Close('{') || _m_levels.size() != 1)
         return false;
     _m_build.Finish(_Content(_m_levels.front()));
-    return _m_program.steps.size() <= kMaxSteps;
+    return true;
 }
 
 bool Compiler::_Items(std::string_view text)
@@ -348,6 +348,8 @@ bool CompileExpression(std::string_view expression, ExprProgram& program)
     program.literal = IsLiteral(program);
     if (program.literal)
         return true;
+    if (program.steps.size() > kMaxSteps)
+        return false;
     SkipOptionalStart(program);
     FindFirstBytes(program);
     return true;

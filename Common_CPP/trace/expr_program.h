@@ -12,8 +12,8 @@ namespace kx {
 /// numbers within 16 bits (a byte of an expression makes five steps at most) and a search below 1 MB.
 inline constexpr std::size_t kMaxExpression = 4096;
 
-/// The most steps that an expression may compile to: shorthands grow, and a search of 16,000 characters
-/// must end within 100 ms.
+/// The most steps that an expression may compile to, unless it is a literal, which is searched without them:
+/// shorthands grow, and a search of 16,000 characters must end within 100 ms.
 inline constexpr std::size_t kMaxSteps = 1500;
 
 /// Match groups that a back-reference can name; the others leave no trace in the program.

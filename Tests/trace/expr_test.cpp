@@ -62,12 +62,14 @@ TEST(Expr, RefusesWhatIsNotWellFormed)
         {"nothing to negate", {"!", "a!", "!|a", "(!)", "!*", "!)"}},
         {"references to no group", {"\\1", "\\9", "{a}\\2", "{a}\\d\\5"}},
         {"too long", {std::string(kx::kMaxExpression + 1, 'a')}},
-        {"too many steps, with those around", {std::string(kx::kMaxSteps, 'a')}},
+        {"too many steps, with the last", {std::string(kx::kMaxSteps - 1, 'a') + '.'}},
     };
 
     for (const auto& row : kRows)
         for (const std::string& expression : row.expressions)
             EXPECT_FALSE(Expr::Compile(expression)) << row.why << ' ' << expression;
+    EXPECT_TRUE(Expr::Compile(std::string(kx::kMaxSteps - 2, 'a') + '.')) << "as many steps as there may be";
+    EXPECT_TRUE(Expr::Compile(std::string(kx::kMaxExpression, 'a'))) << "a literal needs none";
 }
 
 TEST(Expr, FindsMatchesAnywhere)

@@ -250,7 +250,7 @@ TEST_F(Settings, DumpHidesFromTheReaderWhatItCannotExpress)
 {
     ASSERT_TRUE(kx::AddProgramRule(settings, ScopeKind::File, "a@b", {}, false, sink));
     ASSERT_TRUE(kx::AddProgramRule(settings, ScopeKind{0}, "c", {}, false, sink));
-    ASSERT_TRUE(kx::AddProgramRule(settings, ScopeKind::File, std::string(1400, 'd'), {}, false, sink));
+    ASSERT_TRUE(kx::AddProgramRule(settings, ScopeKind::File, std::string(1500, 'd'), {}, false, sink));
     const std::string dump = Dump();
     EXPECT_NE(dump.find("# print@file@a@b@all@off\n"), std::string::npos) << dump;
     sink.Take();
