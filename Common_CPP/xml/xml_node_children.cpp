@@ -6,6 +6,7 @@
 #include "Common_CPP/xml/xml_query.h"
 #include "Common_CPP/xml/xml_text.h"
 
+#include <cwchar>
 #include <exception>
 #include <string>
 #include <string_view>
@@ -26,22 +27,14 @@ inline bool IsOfType(IXMLDOMNode* node, DOMNodeType wanted)
     return Report::Found("IsOfType", "get_nodeType", hr) && type == wanted;
 }
 
-// Names are short: to compare costs less than to count their lengths first.
-inline bool IsSameName(const wchar_t* left, const wchar_t* right) noexcept
-{
-    for (; *left == *right; ++left, ++right)
-        if (*left == L'\0')
-            return true;
-    return false;
-}
-
 inline bool IsElementCalled(IXMLDOMNode* node, const wchar_t* name)
 {
     if (!IsOfType(node, NODE_ELEMENT)) // costs next to nothing, and spares the name
         return false;
     CComBSTR nodeName;
     const HRESULT hr = node->get_nodeName(&nodeName);
-    return Report::Found("IsElementCalled", "get_nodeName", hr) && nodeName && IsSameName(nodeName, name);
+    return Report::Found("IsElementCalled", "get_nodeName", hr) && nodeName &&
+           std::wcscmp(nodeName, name) == 0;
 }
 
 inline bool NextOf(IXMLDOMNode* node, CComPtr<IXMLDOMNode>& next)
