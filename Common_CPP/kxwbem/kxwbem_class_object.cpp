@@ -80,16 +80,14 @@ HRESULT CkxWbemClassObjectPtr::Put(const wchar_t* name, const VARIANT& value) co
 // the hundred thousand.
 HRESULT CkxWbemClassObjectPtr::_Put(const char* method, const wchar_t* name, const VARIANT& value) const
 {
-    if (_m_object) { // type 0: the property's own; the value is only read
-        const HRESULT hr = _m_object->Put(name, 0, const_cast<VARIANT*>(&value), 0);
-        if (SUCCEEDED(hr))
-            return hr;
-        KXT_SCOPE(method);
-        return KX_WBEM_TRY(hr,
-                           "ERROR: IWbemClassObject->Put(" << name << ", vt=" << value.vt << ") failed. hr=");
-    }
+    // Type 0: the property's own. The value is only read.
+    const HRESULT hr = _m_object ? _m_object->Put(name, 0, const_cast<VARIANT*>(&value), 0) : E_POINTER;
+    if (SUCCEEDED(hr))
+        return hr;
     KXT_SCOPE(method);
-    return KX_WBEM_REQUIRE(_m_object);
+    if (!_m_object)
+        return KX_WBEM_REQUIRE(_m_object);
+    return KX_WBEM_TRY(hr, "ERROR: IWbemClassObject->Put(" << name << ", vt=" << value.vt << ") failed. hr=");
 }
 
 HRESULT CkxWbemClassObjectPtr::Put_BSTR(const wchar_t* name, BSTR value) const

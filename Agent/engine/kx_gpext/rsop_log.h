@@ -93,6 +93,6 @@ class CkxRsopLog {
     HRESULT _m_schemaResult = S_FALSE;
     CkxGpConfigMap _m_configMap;
     std::unordered_map<const GROUP_POLICY_OBJECTW*, GpoTexts> _m_gpoTexts; ///< entries outlive this object
-    std::wstring _m_value;           ///< the last attribute's, kept for its room
+    std::wstring _m_value;           ///< the last attribute's, kept so that no policy allocates it anew
     CkxSWbemDateTimePtr _m_dateTime; ///< once it was needed
 };
