@@ -137,7 +137,7 @@ int main(int argc, char** argv)
         const auto compare = [&](int rounds, int count, const std::vector<kx::BenchSide>& others = {}) {
             std::vector<kx::BenchSide> all = {Side(count, LogOurs), bareSide(count)};
             all.insert(all.end(), others.begin(), others.end());
-            const std::vector<kx::Samples> sides = kx::Interleave(rounds, all);
+            std::vector<kx::Samples> sides = kx::Interleave(rounds, all);
             report.Compare(std::to_string(count) + " policies, 500 groups", "ns/policy", sides[0], sides[1],
                            kMostAgainstBare);
             return sides;

@@ -1,6 +1,6 @@
 // libFuzzer target: facts as JSON, either refused, or lines that the stand-in for targeting understands.
 //
-//   facts_json_fuzz -max_len=4096 -dict=facts_json.dict
+//   facts_json_fuzz -max_len=1024 -dict=facts_json.dict
 #include "Tests/fuzz/fuzz_input.h"
 #include "Tools/kx_gpsim/exit_codes.h"
 #include "Tools/kx_gpsim/facts_json.h"

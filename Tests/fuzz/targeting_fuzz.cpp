@@ -3,7 +3,7 @@
 // is also a pattern and a text with variables. The tree is decided as its filters are one by one, facts come
 // back from what they are written as, and patterns and variables mean what their words say.
 //
-//   targeting_fuzz -max_len=1024 -dict=targeting.dict
+//   targeting_fuzz -max_len=512 -dict=targeting.dict
 #include "Tests/fuzz/fuzz_input.h"
 #include "Tests/targeting/fake_facts.h"
 #include "Tools/targeting/item_decision.h"

@@ -1,7 +1,7 @@
 // libFuzzer target: pure functions on XML text against versions that go by the words of their contracts. The
 // first byte is the replacement and how long the tag is, the rest UTF-16 units: the tag, then the text.
 //
-//   xml_text_fuzz -max_len=2048
+//   xml_text_fuzz -max_len=1024
 #include "Common_CPP/xml/xml_query.h"
 #include "Common_CPP/xml/xml_text.h"
 #include "Tests/fuzz/fuzz_input.h"
