@@ -187,6 +187,8 @@ std::uint64_t RunAll(HostileStage& stage, const Options& options, const MessageS
     Leftovers leftovers;
     const std::uint64_t end = options.first + options.count;
     for (std::uint64_t number = options.first; number < end; ++number) {
+        if (number == options.first + kWarmUp)
+            leftovers.Begin(); // no case's own texts are there
         g_running = number;
         const HostileCase made = MakeHostileCase(options.seed, number, stage.Places());
         if (options.show)
@@ -198,8 +200,6 @@ std::uint64_t RunAll(HostileStage& stage, const Options& options, const MessageS
         g_deadline = 0;
         if (const std::uint64_t done = number + 1 - options.first; done % kShowEvery == 0)
             std::fprintf(stderr, "%llu refreshes\n", static_cast<unsigned long long>(done));
-        if (number == options.first + kWarmUp)
-            leftovers.Begin();
     }
     failed += !leftovers.End();
     if (stage.WrittenByTheExtension().find(c_canary) != std::string::npos) {
