@@ -25,24 +25,18 @@ struct Row {
 
 const Row c_rows[] = {
     {"class", L"RSOP_GPO", {L"", L"", L"RSOP_GPO", false, {}}, L""},
-    {"class of a namespace", L"root\\7x:A", {L"", L"root\\7x", L"A", false, {}}, L""},
     {"namespace of one part", L"root:__NAMESPACE", {L"", L"root", L"__NAMESPACE", false, {}}, L""},
-    {"class of a machine", L"\\\\pc-1.lab\\root\\rsop:A", {L"pc-1.lab", L"root\\rsop", L"A", false, {}}, L""},
     {"this machine", L"\\\\.\\root\\rsop:A.k=1", {L".", L"root\\rsop", L"A", true, {{L"k", Number{1}}}}, L""},
     {"slashes", L"//pc/ROOT/r\\c:A", {L"pc", L"ROOT\\r\\c", L"A", false, {}}, L"\\\\pc\\ROOT\\r\\c:A"},
     {"keys as ordered", L"A.z=\"1\",a=5,M=-9223372036854775808",
      Keyed({{L"z", Text(L"1")}, {L"a", Number{5}}, {L"M", (std::numeric_limits<Number>::min)()}}), L""},
     {"key without a name", L"A=\"x\"", Keyed({{L"", Text(L"x")}}), L""},
-    {"number without a name", L"root:A=-5", {L"", L"root", L"A", true, {{L"", Number{-5}}}}, L""},
     {"the only one of its class", L"A=@", Keyed({}), L""},
     {"escapes", L"A.k=\"c:\\\\x\\\\\",m=\"\\\"\"", Keyed({{L"k", Text(L"c:\\x\\")}, {L"m", Text(L"\"")}}),
      L""},
     {"single quotes, needless escapes", L"A.k='it\\'s \\n'", Keyed({{L"k", Text(L"it's n")}}),
      L"A.k=\"it's n\""},
-    {"signs of a path inside a text", L"A.k=\"\\\\\\\\pc\\\\root:B.x=1,y=2\"",
-     Keyed({{L"k", Text(L"\\\\pc\\root:B.x=1,y=2")}}), L""},
     {"truth values", L"A.a=true,b=FALSE", Keyed({{L"a", Number{1}}, {L"b", Number{0}}}), L"A.a=1,b=0"},
-    {"empty text", L"A.k=\"\"", Keyed({{L"k", Text()}}), L""},
     {"number with zeros before it", L"A.k=+007", Keyed({{L"k", Number{7}}}), L"A.k=7"},
     {"beyond ASCII",
      L"root\\\u00E4:\u540D.\u00DF=\"\u20AC\"",
@@ -80,12 +74,6 @@ TEST(ObjectPath, ReadsAndComposes)
     }
 }
 
-TEST(ObjectPath, RelativePathLeavesOutThePlace)
-{
-    const ObjectPath path{L"pc", L"root", L"A", true, {{L"k", Text(L"\\")}, {L"n", Number{5}}}};
-    EXPECT_EQ(kx::ComposeRelativePath(path), L"A.k=\"\\\\\",n=5");
-}
-
 TEST(ObjectPath, HasAtMostAsManyKeysAsAClass)
 {
     ObjectPath path{L"", L"", L"A", true, {}};
@@ -103,8 +91,9 @@ TEST(ObjectPath, RefusesWhatIsNoObjectAndKeepsThePath)
     const ObjectPath kept{L"s", L"n", L"C", true, {{L"k", Number{1}}}};
     for (const Refused& row : c_refused)
         for (const std::wstring_view text : row.texts) {
+            SCOPED_TRACE(row.why + (" " + testing::PrintToString(text)));
             ObjectPath path = kept;
-            EXPECT_FALSE(kx::ParseObjectPath(text, path)) << row.why << " " << testing::PrintToString(text);
-            EXPECT_EQ(path, kept) << row.why << " " << testing::PrintToString(text);
+            EXPECT_FALSE(kx::ParseObjectPath(text, path));
+            EXPECT_EQ(path, kept);
         }
 }

@@ -18,12 +18,6 @@ constexpr HRESULT Code(unsigned long number)
     return static_cast<HRESULT>(number);
 }
 
-/// Text of an int after a letter: "p7".
-inline std::wstring Numbered(wchar_t letter, int number)
-{
-    return letter + std::to_wstring(number);
-}
-
 inline CComVariant Null()
 {
     CComVariant null;
@@ -31,7 +25,6 @@ inline CComVariant Null()
     return null;
 }
 
-/// A variant of any form, for calls that are to refuse it.
 inline CComVariant Form(VARTYPE form)
 {
     CComVariant variant;

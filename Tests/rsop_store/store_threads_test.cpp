@@ -22,12 +22,6 @@ TEST(StoreOverlap, CountsAClassAsWorkUntilItIsPutOrGivenUp)
         {"being built", nothing, remove, true},
         {"read meanwhile", nothing,
          [](StoreUser& user, const Object&) { (void)user.Get(L"RSOP_PolicySetting"); }, true},
-        {"spawned meanwhile", nothing,
-         [](StoreUser&, const Object& base) {
-             Object other;
-             EXPECT_EQ(S_OK, base->SpawnDerivedClass(0, &other));
-         },
-         true},
         {"put", [](StoreUser& user, Object& built) { EXPECT_EQ(S_OK, user.PutClass(built)); }, remove, false},
         {"refused", [](StoreUser& user, Object& built) { EXPECT_NE(S_OK, user.PutClass(built, 3)); }, remove,
          false},
@@ -77,45 +71,12 @@ TEST(StoreObserver, MayThrowWithoutHarm)
 TEST(StoreLife, DataLivesAsLongAsAnObject)
 {
     CComPtr<IWbemQualifierSet> set;
-    CComPtr<IWbemServices> services;
     {
         StoreUser user;
         EXPECT_EQ(S_OK, user.Get(L"RSOP_PolicySetting")->GetPropertyQualifierSet(L"id", &set));
         EXPECT_EQ(3u, user.store.LiveObjects()) << "services, set, and the class that the set shows";
-        services = user.services;
     }
     EXPECT_EQ(S_OK, set->Get(L"Required", 0, nullptr, nullptr));
-    CComPtr<IEnumWbemClassObject> found;
-    EXPECT_EQ(S_OK, services->CreateClassEnum(nullptr, 0, nullptr, &found));
-    EXPECT_EQ(3u, StoreUser::Rest(found, L"__CLASS").size());
-}
-
-TEST_F(StoreTest, ServesThreadsAtOnce)
-{
-    constexpr int kEach = 500;
-    const Object shared = Get(L"Policy");
-    std::atomic<int> failures = 0;
-    const auto write = [&](const wchar_t letter) {
-        for (int i = 0; i < kEach; ++i) {
-            const Object instance = Spawn(L"Policy", Numbered(letter, i).c_str(), i);
-            failures +=
-                PutInstance(instance) != S_OK || Put(instance, L"name", L"changed after it was put") != S_OK;
-        }
-    };
-    std::thread one(write, L'a');
-    std::thread two(write, L'b');
-    for (int i = 0; i < 20; ++i) { // everything that is found is whole
-        CComPtr<IEnumWbemClassObject> found;
-        ASSERT_EQ(S_OK, Query(L"SELECT * FROM Policy WHERE name = NULL", found));
-        for (const std::wstring& id : Rest(found, L"id"))
-            failures += id.size() < 2 ? 1 : 0;
-    }
-    one.join();
-    two.join();
-    EXPECT_EQ(0, failures);
-    EXPECT_EQ(2u * kEach, store.Instances().size());
-    for (const auto& instance : store.Instances())
-        ASSERT_EQ(VT_NULL, instance.Find(L"name")->vt) << "put instances do not change";
 }
 
 } // namespace

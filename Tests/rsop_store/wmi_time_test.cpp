@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <iterator>
-#include <limits>
 #include <vector>
 
 namespace {
@@ -22,14 +21,11 @@ struct Pair {
 // The numbers come from another calendar library.
 const Pair c_pairs[] = {
     {"first moment", 0, 0, L"16010101000000.000000+000"},
-    {"one microsecond", 10, 0, L"16010101000000.000001+000"},
     {"leap day, told in the east", 133536764967890120, 120, L"20240229123456.789012+120"},
     {"new year in the east", 133485228000000000, 330, L"20240101003000.000000+330"},
     {"old year in the west", 133485660005000000, -480, L"20231231230000.500000-480"},
-    {"century without a leap day", 94405823999999990, 0, L"19000228235959.999999+000"},
     {"one microsecond on is March", 94405824000000000, 0, L"19000301000000.000000+000"},
     {"century with a leap day, far west", 125963159400000000, -999, L"20000229000000.000000-999"},
-    {"the same, far east", 125961960600000000, 999, L"20000229000000.000000+999"},
     {"last moment", 2650467743999999990, 0, L"99991231235959.999999+000"},
     {"last moment told in the west", 2650467779999999990, -60, L"99991231235959.999999-060"},
 };
@@ -44,12 +40,9 @@ const Unwritable c_unwritable[] = {
     {"year 10000", 2650467744000000000, 0},
     {"year 10000 in the east", 2650467743999999999, 1},
     {"year 1600 in the west", c_ticksPerMinute - 1, -1},
-    {"sign bit", 0x8000000000000000, 0},
     {"highest number", ~std::uint64_t{0}, -999},
     {"highest number", ~std::uint64_t{0}, 999},
     {"offset of four digits", 133536764967890120, 1000},
-    {"offset of four digits in the west", 133536764967890120, -1000},
-    {"offset whose size overflows", 133536764967890120, (std::numeric_limits<int>::min)()},
 };
 
 enum class Kind { Bad, Moment, Vague };
@@ -64,10 +57,8 @@ const Row c_rows[] = {
     {"wall time of 1600 after the first moment", Kind::Moment, {L"16001231233000.000000-060"}},
     {"negative zero", Kind::Moment, {L"20240101000000.000000-000"}},
     {"before the first moment", Kind::Vague, {L"16001231235959.999999+000", L"16010101000000.000000+001"}},
-    {"first year of all", Kind::Vague, {L"00000101000000.000000+000"}},
     {"intervals", Kind::Vague, {L"00000001020304.000005:000", L"99999999235959.999999:000"}},
     {"unknown parts of one", Kind::Vague, {L"00000001******.******:000", L"**************.******:000"}},
-    {"nothing known", Kind::Vague, {L"**************.******+***"}},
     {"date alone", Kind::Vague, {L"20240229******.******+000"}},
     {"offset or day unknown", Kind::Vague, {L"20240229123456.789012-***", L"202402**123456.789012+000"}},
     {"some year's or month's", Kind::Vague, {L"****0229000000.000000+000", L"2023**31000000.000000+000"}},
@@ -129,44 +120,24 @@ TEST(WmiTime, TellsMomentsFromOtherDateTimesAndThoseFromRubbish)
         }
 }
 
-TEST(WmiTimeFields, PartsOfAPointInTime)
+TEST(WmiTimeFields, GiveAndTakeEachPart)
 {
-    kx::WmiTimeFields fields;
-    ASSERT_TRUE(fields.Assign(L"20240229123456.789012-090"));
-    const std::int32_t values[] = {2024, 2, 29, 12, 34, 56, 789012, -90};
-    kx::WmiTimeFields copy;
-    for (std::size_t i = 0; i < std::size(c_parts); ++i) {
-        EXPECT_EQ(fields.Get(c_parts[i]), values[i]) << i;
-        EXPECT_TRUE(fields.IsKnown(c_parts[i]) && copy.Set(c_parts[i], values[i])) << i;
+    const std::pair<const wchar_t*, std::vector<std::int32_t>> rows[] = {
+        {L"20240229123456.789012-090", {2024, 2, 29, 12, 34, 56, 789012, -90}},
+        {L"12345678091011.000012:000", {0, 0, 12345678, 9, 10, 11, 12, 0}},
+    };
+    for (const auto& [text, values] : rows) {
+        SCOPED_TRACE(testing::PrintToString(text));
+        kx::WmiTimeFields fields;
+        kx::WmiTimeFields copy;
+        ASSERT_TRUE(fields.Assign(text));
+        copy.MakeInterval(!fields.IsKnown(Part::Year));
+        for (std::size_t i = 0; i < std::size(c_parts); ++i) {
+            EXPECT_EQ(fields.Get(c_parts[i]), values[i]) << i;
+            EXPECT_EQ(copy.Set(c_parts[i], values[i]), fields.IsKnown(c_parts[i])) << i;
+        }
+        EXPECT_EQ(copy.Text(), text);
     }
-    EXPECT_EQ(copy.Text(), fields.Text());
-}
-
-TEST(WmiTimeFields, PartsOfAnInterval)
-{
-    kx::WmiTimeFields fields;
-    ASSERT_TRUE(fields.Assign(L"12345678091011.000012:000"));
-    const std::int32_t values[] = {0, 0, 12345678, 9, 10, 11, 12, 0};
-    for (std::size_t i = 0; i < std::size(c_parts); ++i)
-        EXPECT_EQ(fields.Get(c_parts[i]), values[i]) << i;
-    for (const Part missing : {Part::Year, Part::Month, Part::Offset})
-        EXPECT_FALSE(fields.IsKnown(missing) || fields.Set(missing, 1) || fields.SetKnown(missing, true) ||
-                     fields.SetKnown(missing, false));
-    EXPECT_TRUE(fields.Set(Part::Day, 99999999));
-    EXPECT_FALSE(fields.Set(Part::Day, 100000000));
-    EXPECT_EQ(fields.Text(), L"99999999091011.000012:000");
-}
-
-TEST(WmiTimeFields, ChangesItsKindAndKeepsTheTimeOfDay)
-{
-    kx::WmiTimeFields fields;
-    ASSERT_TRUE(fields.Assign(L"20240229123456.789012-090"));
-    fields.MakeInterval(false); // what it is
-    EXPECT_EQ(fields.Text(), L"20240229123456.789012-090");
-    fields.MakeInterval(true);
-    EXPECT_EQ(fields.Text(), L"00000000123456.789012:000");
-    fields.MakeInterval(false);
-    EXPECT_EQ(fields.Text(), L"00000101123456.789012+000");
 }
 
 TEST(WmiTimeFields, RefusedChangesChangeNothing)
@@ -174,24 +145,7 @@ TEST(WmiTimeFields, RefusedChangesChangeNothing)
     kx::WmiTimeFields fields;
     EXPECT_FALSE(fields.Assign(L"20230229000000.000000+000"));
     for (const Part part : c_parts)
-        EXPECT_FALSE(fields.Set(part, 1000000) || fields.Set(part, -1000) ||
-                     fields.Set(part, (std::numeric_limits<std::int32_t>::min)()));
+        EXPECT_FALSE(fields.Set(part, 1000000) || fields.Set(part, -1000));
     EXPECT_FALSE(fields.Set(Part::Month, 0) || fields.Set(Part::Day, 0) || fields.Set(Part::Hours, -1));
-    EXPECT_EQ(fields.Text(), L"00000101000000.000000+000");
-}
-
-TEST(WmiTimeFields, UnknownPartsBecomeTheLowest)
-{
-    kx::WmiTimeFields fields;
-    ASSERT_TRUE(fields.Assign(L"20240229123456.789012-090"));
-    EXPECT_TRUE(fields.SetKnown(Part::Day, true));
-    EXPECT_EQ(fields.Text(), L"20240229123456.789012-090") << "known already";
-    for (const Part part : c_parts) {
-        EXPECT_TRUE(fields.SetKnown(part, false)) << static_cast<int>(part);
-        EXPECT_EQ(fields.Get(part), 0) << static_cast<int>(part);
-    }
-    EXPECT_EQ(fields.Text(), L"**************.******-***");
-    for (const Part part : c_parts)
-        EXPECT_TRUE(fields.SetKnown(part, true)) << static_cast<int>(part);
     EXPECT_EQ(fields.Text(), L"00000101000000.000000+000");
 }
