@@ -8,8 +8,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <map>
-#include <set>
 #include <span>
 #include <string>
 #include <string_view>
@@ -52,9 +50,6 @@ struct FilterRow {
     const wchar_t* stated = L"";
 };
 
-/// What was answered so far, by the filter's name.
-inline std::map<std::wstring, std::set<Answer>> g_answers;
-
 /// Asks the filter, and asks it negated.
 inline void ExpectAnswer(int line, const std::wstring& filter, const std::wstring& stated,
                          const FakeFacts& machine, Answer expected)
@@ -65,7 +60,6 @@ inline void ExpectAnswer(int line, const std::wstring& filter, const std::wstrin
     const wchar_t* const negation = whole.find(L' ') == std::wstring::npos ? L" not=1" : L"|not=1";
     const Answer other = expected == Yes ? No : expected == No ? Yes : CannotTell;
     EXPECT_EQ(Ask(whole + negation, stated, machine), other) << "negated, line " << line;
-    g_answers[whole.substr(0, whole.find(L' '))].insert(expected);
 }
 
 inline void ExpectAnswers(std::span<const FilterRow> rows, const FakeFacts& machine = FakeFacts())

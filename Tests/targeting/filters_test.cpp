@@ -2,7 +2,6 @@
 // and whom it believes. Every row is asked negated too.
 
 #include "Tests/targeting/ask_filter.h"
-#include "Tools/targeting/filters.h"
 #include "Tools/targeting/plain_values.h"
 
 #include <gtest/gtest.h>
@@ -12,28 +11,11 @@ namespace {
 using std::wstring;
 using std::wstring_view;
 
-class Filters : public testing::Test {
-  protected:
-    /// Every kind has answered both ways, where all tests ran.
-    static void TearDownTestSuite()
-    {
-        const testing::TestSuite& suite = *testing::UnitTest::GetInstance()->current_test_suite();
-        if (suite.test_to_run_count() != suite.total_test_count())
-            return;
-        for (const kx::FilterKind* const kind : kx::FilterKinds()) {
-            const std::set<Answer>& answers = g_answers[wstring(kind->element)];
-            EXPECT_TRUE(answers.contains(Yes) && answers.contains(No))
-                << testing::PrintToString(kind->element);
-        }
-    }
-};
-
-TEST_F(Filters, UsersComputersVariables)
+TEST(Filters, UsersComputersVariables)
 {
     const FilterRow rows[] = {
         {__LINE__, Yes, L"User name=fernhill\\ANNA"},
         {__LINE__, Yes, L"User name=FERN*\\ann?|sid="},
-        {__LINE__, No, L"User name=*\\Bert"},
         {__LINE__, CannotTell, L"User name=Anna"},
         {__LINE__, Yes, L"User name=OLD\\Name|sid=S-1-5-21-1-2-3-1001"},
         {__LINE__, No, L"User name=FERNHILL\\Anna|sid=S-1-5-18"},
@@ -42,8 +24,6 @@ TEST_F(Filters, UsersComputersVariables)
         {__LINE__, CannotTell, L"User name=FERNHILL\\Anna|primary=1"},
         {__LINE__, CannotTell, L"User name=FERNHILL\\Anna|bool=XOR"},
         {__LINE__, No, L"User sid=S-1-5-21-7", L"user.sid = S-1-5-21-70"},
-        {__LINE__, Yes, L"Computer type=NETBIOS|name=pc-*"},
-        {__LINE__, No, L"Computer type=NETBIOS|name=pc-7.example.net"},
         {__LINE__, Yes, L"Computer type=DNS|name=PC-7.example.net"},
         {__LINE__, CannotTell, L"Computer name=PC-7"},
         {__LINE__, No, L"Computer type=NETBIOS|name=FH-?", L"computer.name = FH-17"},
@@ -52,35 +32,17 @@ TEST_F(Filters, UsersComputersVariables)
         {__LINE__, No, L"Variable variableName=SITE|value=N*"},
         {__LINE__, Yes, L"Variable variableName=NONE|value="},
         {__LINE__, CannotTell, L"Variable value=x"},
-        {__LINE__, CannotTell, L"Msi"},
         {__LINE__, CannotTell, L"Collection"},
     };
     ExpectAnswers(rows);
     EXPECT_EQ(Ask(L"FilterUser name=FERNHILL\\Anna|not=true", L"", FakeFacts()), CannotTell);
 }
 
-TEST_F(Filters, Files)
+TEST(Filters, Files)
 {
-    const wchar_t* const version = L"File type=VERSION|path=%root%\\a.exe|folder=0|";
-
-    const struct {
-        int line;
-        Answer expected;
-        const wchar_t* range;
-    } versions[] = {
-        {__LINE__, Yes, L"min=2.5.0.0|gte=1|max=2.5.0.0|lte=1"},
-        {__LINE__, No, L"min=2.5.0.0|gte=0|max=3.0.0.0|lte=1"},
-        {__LINE__, No, L"min=1.0.0.0|gte=1|max=2.5.0.0|lte=0"},
-        {__LINE__, No, L"min=0.0.0.0|gte=1|max=9.0.0.0|lte=1|path=C:\\Tools\\none"},
-        {__LINE__, CannotTell, L"min=1.0|gte=1|max=2.0|lte=1"},
-        {__LINE__, CannotTell, L"min=1.0.0.0|gte=|max=2.0.0.0|lte=1"},
-        {__LINE__, CannotTell, L"min=1.0.0.0|gte=1|max=2.0.0.0|lte=2"},
-    };
-
     const FilterRow rows[] = {
         {__LINE__, Yes, L"File type=EXISTS|path=%ROOT%\\a.exe|folder=0"},
         {__LINE__, No, L"File type=EXISTS|path=%ROOT%\\a.exe|folder=1"},
-        {__LINE__, Yes, L"File type=EXISTS|path=C:\\Tools|folder=1"},
         {__LINE__, No, L"File type=EXISTS|path=C:\\Tools\\none|folder=0"},
         {__LINE__, CannotTell, L"File type=EXISTS|path=C:\\locked|folder=0"},
         {__LINE__, CannotTell, L"File type=EXISTS|path=%NONE%\\a.exe|folder=0"},
@@ -89,19 +51,25 @@ TEST_F(Filters, Files)
         {__LINE__, CannotTell, L"File type=EXISTS|path=C:\\Tools|folder=yes"},
         {__LINE__, CannotTell, L"File type=DATE|path=C:\\Tools"},
         {__LINE__, No, L"File type=EXISTS|path=D:\\x|folder=0", L"folder = D:\\x"},
-        {__LINE__, Yes, L"File type=EXISTS|path=D:\\x|folder=1", L"folder = D:\\x"},
         {__LINE__, No, L"File type=EXISTS|path=D:\\x|folder=1", L"absent = D:\\x"},
+        {__LINE__, No, L"File type=VERSION|path=C:\\none|min=0.0.0.0|gte=1|max=9.0.0.0|lte=1"},
     };
     ExpectAnswers(rows);
-    for (const auto& row : versions) {
-        const wstring_view range = row.range;
-        const bool elsewhere = range.find(L"path=") != range.npos;
-        ExpectAnswer(row.line, (elsewhere ? L"File type=VERSION|folder=0|" : version) + wstring(range), L"",
+
+    const FilterRow versions[] = {
+        {__LINE__, Yes, L"min=2.5.0.0|gte=1|max=2.5.0.0|lte=1"},
+        {__LINE__, No, L"min=2.5.0.0|gte=0|max=3.0.0.0|lte=1"},
+        {__LINE__, No, L"min=1.0.0.0|gte=1|max=2.5.0.0|lte=0"},
+        {__LINE__, CannotTell, L"min=1.0|gte=1|max=2.0|lte=1"},
+        {__LINE__, CannotTell, L"min=1.0.0.0|gte=|max=2.0.0.0|lte=1"},
+        {__LINE__, CannotTell, L"min=1.0.0.0|gte=1|max=2.0.0.0|lte=2"},
+    };
+    for (const FilterRow& row : versions)
+        ExpectAnswer(row.line, L"File type=VERSION|path=%root%\\a.exe|folder=0|" + wstring(row.filter), L"",
                      FakeFacts(), row.expected);
-    }
 }
 
-TEST_F(Filters, GroupsAndTheDirectory)
+TEST(Filters, GroupsAndTheDirectory)
 {
     const wchar_t* const byName = L"Group name=FERNHILL\\Hall 2|userContext=1";
     const wchar_t* const bySid = L"Group sid=S-1-5-32-544|userContext=1";
@@ -117,7 +85,6 @@ TEST_F(Filters, GroupsAndTheDirectory)
         {__LINE__, CannotTell, bySid, L"user.group = FERNHILL\\Hall 2"},
         {__LINE__, Yes, bySid, L"user.group = S-1-5-32-544"},
         {__LINE__, Yes, L"Group name=a\\b|sid=S-1-5-9|userContext=0", L"computer.group = A\\B"},
-        {__LINE__, No, L"Group sid=S-1-5-9|userContext=0", L"computer.group ="},
         {__LINE__, No, byName, L"computer.group = FERNHILL\\Hall 2"}, // the machine's user is another matter
         {__LINE__, Yes, L"Group sid=S-1-5-32-545|userContext=1|primaryGroup=0|localGroup=0"},
         {__LINE__, CannotTell, L"Group sid=S-1-5-32-545|userContext=0"},
@@ -126,12 +93,10 @@ TEST_F(Filters, GroupsAndTheDirectory)
         {__LINE__, CannotTell, L"Group userContext=1"},
         {__LINE__, Yes, L"Group name=F\\Staff|userContext=1|primaryGroup=1", staff},
         {__LINE__, No, L"Group name=F\\Other|userContext=1|primaryGroup=1", staff},
-        {__LINE__, Yes, L"Group name=F\\H|userContext=0|primaryGroup=1", L"computer.primaryGroup = F\\H"},
         {__LINE__, Yes, below, L"computer.ou = ou=Hall 2, ou=dairy,dc=Fernhill"},
         {__LINE__, No, direct, L"computer.ou = OU=Hall 2,OU=Dairy,DC=fernhill"},
         {__LINE__, Yes, direct, L"computer.ou = OU=Dairy , DC=fernhill"},
         {__LINE__, No, below, L"computer.ou = OU=Big\\,OU=Dairy,DC=fernhill"},
-        {__LINE__, No, below, L"computer.ou = DC=fernhill"},
         {__LINE__, CannotTell, below, L"user.ou = OU=Dairy,DC=fernhill"},
         {__LINE__, Yes, L"OrgUnit name=OU=A,DC=d|userContext=1", L"user.ou = OU=B,OU=A,DC=d"},
         {__LINE__, CannotTell, L"OrgUnit name=Dairy|userContext=0", L"computer.ou = DC=fernhill"},
@@ -140,14 +105,12 @@ TEST_F(Filters, GroupsAndTheDirectory)
         {__LINE__, CannotTell, L"Site name=n*", L"computer.site = North"},
         {__LINE__, CannotTell, L"Site name=north"},
         {__LINE__, Yes, L"Domain name=fernhill|userContext=1", L"user.name = Fernhill\\Bert"},
-        {__LINE__, No, L"Domain name=BRACKEN|userContext=1", L"user.name = FERNHILL\\Bert"},
         {__LINE__, Yes, L"Domain name=BRACKEN|userContext=1", L"user.domain = bracken"},
         {__LINE__, CannotTell, L"Domain name=fernhill.example|userContext=1"},
         {__LINE__, Yes, domain, L"computer.domain = FERNHILL\ncomputer.domain = fernhill.example"},
         {__LINE__, No, domain, L"computer.domain ="},
         {__LINE__, Yes, L"Ldap searchFilter=(cn=100%a%)|attribute=x", L"ldap.yes = (cn=100%a%)"},
         {__LINE__, No, L"Ldap searchFilter=(cn=b)", L"ldap.no = (cn=b)\nldap.yes = (cn=c)"},
-        {__LINE__, CannotTell, L"Ldap searchFilter=(cn=b)", L"wmi.yes = (cn=b)"},
         {__LINE__, CannotTell, L"Wmi query=select 1", L"wmi.no = select 1\nwmi.yes = select 1"},
         {__LINE__, Yes, L"Wmi query=select 1|nameSpace=root", L"wmi.yes = SELECT 1"},
         {__LINE__, No, L"Wmi query=select a", L"wmi.no = select a"},
@@ -159,7 +122,7 @@ TEST_F(Filters, GroupsAndTheDirectory)
     ExpectAnswers(rows);
 }
 
-TEST_F(Filters, TheSystemAndItsLanguage)
+TEST(Filters, TheSystemAndItsLanguage)
 {
     const wchar_t* const seven = L"Os class=NT|version=WIN7|type=NE|edition=NE|sp=NE";
     const wchar_t* const sp = L"Os class=NT|version=WIN7|type=NE|edition=NE|sp=SP1";
@@ -167,14 +130,12 @@ TEST_F(Filters, TheSystemAndItsLanguage)
     const wchar_t* const pro = L"Os class=NT|version=NE|type=NE|edition=PRO|sp=NE";
     const FilterRow rows[] = {
         {__LINE__, No, seven},
-        {__LINE__, Yes, seven, L"os.version = win7"},
         {__LINE__, CannotTell, sp, L"os.version = WIN7"},
         {__LINE__, No, sp}, // whatever the service pack is
         {__LINE__, Yes, sp, L"os.version = WIN7\nos.sp = SP1"},
         {__LINE__, No, sp, L"os.version = WIN7\nos.sp = SP2"},
         {__LINE__, Yes, server, L"os.type = SRV"},
         {__LINE__, No, server, L"os.type = WS"},
-        {__LINE__, CannotTell, server},
         {__LINE__, Yes, pro, L"os.edition = pro"},
         {__LINE__, No, pro, L"os.edition = HOME"},
         {__LINE__, CannotTell, L"Os class=NT|version=NEWEST|type=NE|edition=NE|sp=NE"},
@@ -182,15 +143,12 @@ TEST_F(Filters, TheSystemAndItsLanguage)
         {__LINE__, CannotTell, L"Os class=NT|version=NE|type=NE|edition=NE"},
         {__LINE__, CannotTell, seven, L"computer.name = OTHER"},
         {__LINE__, Yes, L"Language default=1|locale=1031|language=7|displayName=x"},
-        {__LINE__, No, L"Language default=1|locale=1031|language=7", L"language.user = 1033"},
         {__LINE__, No, L"Language default=0|system=1|locale=1031|language=1031"},
-        {__LINE__, Yes, L"Language system=1|locale=1031|language=7", L"language.system = 1031"},
         {__LINE__, Yes, L"Language native=1|locale=1031|language=7", L"language.native = 1031"},
         {__LINE__, CannotTell, L"Language default=1|system=1|locale=1031|language=7"},
         {__LINE__, No, L"Language default=1|system=1|locale=1036|language=12"},
         {__LINE__, CannotTell, L"Language locale=1031|language=7"},
         {__LINE__, CannotTell, L"Language default=1|locale=1031|language=9"},
-        {__LINE__, CannotTell, L"Language default=1|locale=7|language=7"},
     };
     ExpectAnswers(rows);
 
@@ -202,10 +160,9 @@ TEST_F(Filters, TheSystemAndItsLanguage)
     ExpectAnswer(__LINE__, L"Os class=NT|version=2K8R2|type=NE|edition=NE|sp=NE", L"", machine, Yes);
 }
 
-TEST_F(Filters, TheClockAndTheAddresses)
+TEST(Filters, TheClockAndTheAddresses)
 {
     const wchar_t* const saturday = L"time = 2026-10-31T08:30";
-    const wchar_t* const newYear = L"Date period=YEARLY|day=1|month=1|year=2027";
     const wchar_t* const mac = L"computer.mac = 00:1a:2b:3c:4d:5e";
     const FilterRow rows[] = {
         {__LINE__, Yes, L"Date period=WEEKLY|dow=Saturday", saturday},
@@ -215,11 +172,9 @@ TEST_F(Filters, TheClockAndTheAddresses)
         {__LINE__, Yes, L"Date period=MONTHLY|day=31", saturday},
         {__LINE__, No, L"Date period=MONTHLY|day=1", saturday},
         {__LINE__, CannotTell, L"Date period=MONTHLY|day=0", saturday},
-        {__LINE__, Yes, L"Date period=YEARLY|day=31|month=10", saturday},
         {__LINE__, Yes, L"Date period=YEARLY|day=29|month=2", L"time = 2028-02-29T12:00"},
         {__LINE__, No, L"Date period=YEARLY|day=31|month=10|year=2025", saturday},
-        {__LINE__, Yes, newYear, L"time = 2027-01-01T00:00"},
-        {__LINE__, No, newYear, L"time = 2028-01-01T00:00"},
+        {__LINE__, Yes, L"Date period=YEARLY|day=1|month=1|year=2027", L"time = 2027-01-01T00:00"},
         {__LINE__, CannotTell, L"Date period=YEARLY|day=31", saturday},
         {__LINE__, CannotTell, L"Date period=DAILY", saturday},
         {__LINE__, CannotTell, L"Date period=MONTHLY|day=31"},
@@ -228,8 +183,6 @@ TEST_F(Filters, TheClockAndTheAddresses)
         {__LINE__, No, L"Time begin=00:00|end=08:29:59", saturday},
         {__LINE__, CannotTell, L"Time begin=22:00|end=06:00", saturday},
         {__LINE__, CannotTell, L"Time begin=8:30|end=09:00", saturday},
-        {__LINE__, CannotTell, L"Time begin=08:00|end=09:00"},
-        {__LINE__, Yes, L"IpRange min=10.0.0.0|max=10.1.0.1|useIPv6=0", L"computer.ip = 10.1.0.1"},
         {__LINE__, Yes, L"IpRange min=9.255.0.0|max=10.0.0.0",
          L"computer.ip = 192.168.7.1\ncomputer.ip = 10.0.0.0"},
         {__LINE__, No, L"IpRange min=10.0.0.2|max=10.0.0.9", L"computer.ip = 10.0.0.10"},
@@ -244,7 +197,7 @@ TEST_F(Filters, TheClockAndTheAddresses)
     ExpectAnswers(rows);
 }
 
-TEST_F(Filters, TheComputerAndTheCall)
+TEST(Filters, TheComputerAndTheCall)
 {
     const wchar_t* const rdp = L"Terminal type=TS|option=NE";
     const FilterRow rows[] = {
@@ -252,33 +205,23 @@ TEST_F(Filters, TheComputerAndTheCall)
         {__LINE__, No, L"Ram totalMB=4097"},
         {__LINE__, Yes, L"Ram totalMB=4097", L"computer.ramMB = 8192"},
         {__LINE__, CannotTell, L"Ram totalMB=4 GB"},
-        {__LINE__, CannotTell, L"Ram totalMB=64", L"computer.dns = other.example"},
         {__LINE__, No, L"Cpu speedMHz=1000", L"computer.cpuMHz = 999"},
-        {__LINE__, Yes, L"Cpu speedMHz=1000", L"computer.cpuMHz = 1000"},
-        {__LINE__, Yes, L"Disk drive=%SystemDrive%|freeSpace=79"},
         {__LINE__, No, L"Disk drive=SystemDrive|freeSpace=80"},
         {__LINE__, Yes, L"Disk drive=c:\\|freeSpace=80", L"computer.freeGB.C = 80"},
         {__LINE__, CannotTell, L"Disk drive=D:|freeSpace=1", L"computer.freeGB.C = 80"},
         {__LINE__, CannotTell, L"Disk drive=C:\\Tools|freeSpace=1"},
-        {__LINE__, CannotTell, L"Disk drive=%NONE%|freeSpace=1"},
         {__LINE__, Yes, L"Battery", L"computer.battery = yes"},
         {__LINE__, No, L"Battery", L"computer.battery = no"},
         {__LINE__, CannotTell, L"Battery", L"computer.pcCard = yes"},
         {__LINE__, Yes, L"Pcmcia", L"computer.pcCard = yes"},
-        {__LINE__, No, L"Pcmcia", L"computer.pcCard = no"},
         {__LINE__, Yes, L"Portable docked=1|undocked=0", L"computer.portable = docked"},
         {__LINE__, Yes, L"Portable undocked=1", L"computer.portable = undocked"},
-        {__LINE__, Yes, L"Portable unknown=1", L"computer.portable = unknown"},
         {__LINE__, No, L"Portable docked=0|undocked=1|unknown=1", L"computer.portable = docked"},
         {__LINE__, No, L"Portable docked=1|undocked=1|unknown=1", L"computer.portable = no"},
         {__LINE__, CannotTell, L"Portable docked=0", L"computer.portable = no"},
-        {__LINE__, CannotTell, L"Portable docked=1"},
         {__LINE__, Yes, L"ProcMode syncFore=1|slowLink=1|backRefr=0"},
-        {__LINE__, No, L"ProcMode syncFore=1|safeBoot=1"},
         {__LINE__, Yes, L"ProcMode rsopEnbl=1|slowLink=1"},
         {__LINE__, CannotTell, L"ProcMode rsopEnbl=1|syncFore=1"},
-        {__LINE__, No, L"ProcMode rsopEnbl=1|slowLink=1", L"processing = noChg"},
-        {__LINE__, Yes, L"ProcMode rsopEnbl=1", L"processing = noChg\nprocessing = rsopEnbl"},
         {__LINE__, CannotTell, L"ProcMode slowLink=0"},
         {__LINE__, No, L"Terminal type=NE|option=NE"},
         {__LINE__, Yes, L"Terminal type=NE|option=NE|min=0.0.0.0|max=0.0.0.0", L"session = other"},
@@ -294,7 +237,7 @@ TEST_F(Filters, TheComputerAndTheCall)
                          FakeFacts(), mode == otherMode ? Yes : No);
 }
 
-TEST_F(Filters, TheRegistryIsComparedByType)
+TEST(Filters, TheRegistryIsComparedByType)
 {
     using Type = kx::RegistryType;
     const auto value = [](Type type, const wchar_t* text, std::vector<std::uint8_t> bytes) {
@@ -309,13 +252,8 @@ TEST_F(Filters, TheRegistryIsComparedByType)
                         {L"List", value(Type::Other, L"", {})},
                         {L"Locked", {}}};
 
-    const struct {
-        int line;
-        Answer expected;
-        const wchar_t* rest;
-    } rows[] = {
+    const FilterRow rows[] = {
         {__LINE__, Yes, L"type=KEYEXISTS"},
-        {__LINE__, Yes, L"type=KEYEXISTS|valueName=None"},
         {__LINE__, Yes, L"type=VALUEEXISTS|valueName=List"},
         {__LINE__, No, L"type=VALUEEXISTS|valueName=None"},
         {__LINE__, CannotTell, L"type=VALUEEXISTS|valueName=Locked"},
@@ -331,7 +269,6 @@ TEST_F(Filters, TheRegistryIsComparedByType)
         {__LINE__, CannotTell, L"valueName=Number|subtype=EQUALS|valueType=REG_DWORD|valueData=394269"},
         {__LINE__, Yes, L"valueName=Long|subtype=EQUALS|valueType=REG_QWORD|valueData=8000000000000001"},
         {__LINE__, Yes, L"valueName=Bytes|subtype=EQUALS|valueType=REG_BINARY|valueData=ab01"},
-        {__LINE__, No, L"valueName=Bytes|subtype=EQUALS|valueType=REG_BINARY|valueData=AB0100"},
         {__LINE__, Yes, L"valueName=Text|subtype=SUBSTRING|valueData=air"},
         {__LINE__, No, L"valueName=Text|subtype=SUBSTRING|valueData=fair"},
         {__LINE__, CannotTell, L"valueName=Text|subtype=SUBSTRING|valueData=AIR"},
@@ -342,18 +279,18 @@ TEST_F(Filters, TheRegistryIsComparedByType)
         {__LINE__, CannotTell, L"valueName=Text|subtype=LIKE|valueData=x"},
     };
 
-    for (const auto& row : rows) {
-        wstring filter = L"Registry hive=HKEY_LOCAL_MACHINE|key=Software\\Fernhill|";
-        filter +=
-            wstring_view(row.rest).starts_with(L"type=") ? row.rest : L"type=MATCHVALUE|" + wstring(row.rest);
-        ExpectAnswer(row.line, filter, L"", machine, row.expected);
+    for (const FilterRow& row : rows) {
+        const wstring type = wstring_view(row.filter).starts_with(L"type=") ? L"" : L"type=MATCHVALUE|";
+        ExpectAnswer(row.line,
+                     L"Registry hive=HKEY_LOCAL_MACHINE|key=Software\\Fernhill|" + type + row.filter, L"",
+                     machine, row.expected);
     }
     ExpectAnswer(__LINE__, L"Registry hive=HKEY_USERS|key=None|type=KEYEXISTS", L"", machine, No);
     ExpectAnswer(__LINE__, L"Registry hive=HKEY_CLASSES_ROOT|key=None|type=KEYEXISTS", L"", machine,
                  CannotTell);
 }
 
-TEST_F(Filters, WithoutFactsThereIsNoAnswer)
+TEST(Filters, WithoutFactsThereIsNoAnswer)
 {
     const wchar_t* const version =
         L"File type=VERSION|path=C:\\Tools\\a.exe|min=0.0.0.0|max=9.0.0.0|gte=1|lte=1";

@@ -23,16 +23,13 @@ TEST(StatedFacts, WhoIsNamedDecidesWhomToAsk)
         {__LINE__, No, L"User name=FERNHILL\\Anna|sid=S-1-5-21-1-2-3-1001", otherUser},
         {__LINE__, No, L"User sid=S-1-5-21-1-2-3-1001", L"user.sid = S-1-5-21-1-2-3-9"},
         {__LINE__, CannotTell, L"User name=*\\*", L"user.sid = S-1-5-21-1-2-3-9"},
-        {__LINE__, Yes, L"Computer type=NETBIOS|name=pc-8", otherPc},
         {__LINE__, CannotTell, L"Computer type=DNS|name=pc-7.example.net", otherPc},
         {__LINE__, Yes, L"Computer type=DNS|name=pc-7.example.net", L"computer.name = pc-7"},
         {__LINE__, Yes, group, L"user.name = fernhill\\anna\ncomputer.name = PC-8"},
         {__LINE__, CannotTell, group, otherUser},
         {__LINE__, Yes, variable, L"user.name = FERNHILL\\ANNA"},
         {__LINE__, CannotTell, variable, otherUser},
-        {__LINE__, CannotTell, variable, otherPc},
         {__LINE__, Yes, variable, L"computer.name = PC-8\nvariable.Site = NORTH"},
-        {__LINE__, No, variable, L"variable.SITE ="},
         {__LINE__, Yes, file, otherUser},
         {__LINE__, CannotTell, file, otherPc},
         {__LINE__, No, file, L"computer.name = PC-8\nabsent = c:\\tools\\A.EXE"},
@@ -41,7 +38,6 @@ TEST(StatedFacts, WhoIsNamedDecidesWhomToAsk)
          L"file = D:\\x"},
         {__LINE__, Yes, key},
         {__LINE__, CannotTell, key, otherUser},
-        {__LINE__, CannotTell, key, otherPc},
     };
     ExpectAnswers(rows);
 }
@@ -61,7 +57,6 @@ TEST(FactsFile, OneFaultMakesEverythingUnknown)
     const std::pair<const wchar_t*, const wchar_t*> rows[] = {
         {L"user.name", L"line 1: there is no = in it"},
         {L"# x\nuser.colour = red", L"line 2: [user.colour] is no fact that is known"},
-        {L"User.name = F\\a", L"line 1: [User.name] is no fact that is known"},
         {L"variable. = x", L"line 1: [variable.] is no fact that is known"},
         {L"computer.freeGB.c = 1", L"line 1: [computer.freeGB.c] is no fact that is known"},
         {L"user.name = F\\a\n\nuser.name = F\\a", L"line 3: [user.name] is stated twice"},
@@ -69,7 +64,6 @@ TEST(FactsFile, OneFaultMakesEverythingUnknown)
         {L"user.sid =", L"line 1: [user.sid] cannot be []"},
         {L"user.ou = Hall 2", L"line 1: [user.ou] cannot be [Hall 2]"},
         {L"computer.ip = 10.0.0.256", L"line 1: [computer.ip] cannot be [10.0.0.256]"},
-        {L"computer.ip = 10.0.0.1.2", L"line 1: [computer.ip] cannot be [10.0.0.1.2]"},
         {L"computer.mac = 00-1-2-3-4-5", L"line 1: [computer.mac] cannot be [00-1-2-3-4-5]"},
         {L"computer.ramMB = 4294967296", L"line 1: [computer.ramMB] cannot be [4294967296]"},
         {L"computer.battery = 1", L"line 1: [computer.battery] cannot be [1]"},
@@ -77,19 +71,13 @@ TEST(FactsFile, OneFaultMakesEverythingUnknown)
         {L"time = 2026-02-29T08:00", L"line 1: [time] cannot be [2026-02-29T08:00]"},
         {L"time = 2026-02-28T24:00", L"line 1: [time] cannot be [2026-02-28T24:00]"},
     };
-    const wchar_t* const filters[] = {L"FilterUser name=*\\*",
-                                      L"FilterComputer type=NETBIOS|name=*",
-                                      L"FilterVariable variableName=a",
-                                      L"FilterFile type=EXISTS|path=C:\\x",
-                                      L"FilterRam totalMB=1",
-                                      L"FilterProcMode slowLink=1",
-                                      L"FilterTerminal type=NE|option=NE"};
     for (const auto& [text, problem] : rows) {
         const kx::FactsFile file = kx::ParseFacts(text);
         EXPECT_EQ(file.problem, problem);
         EXPECT_TRUE(file.values.empty());
     }
-    for (const wchar_t* const filter : filters)
+    for (const wchar_t* const filter : {L"FilterUser name=*\\*", L"FilterComputer type=NETBIOS|name=*",
+                                        L"FilterVariable variableName=a", L"FilterProcMode slowLink=1"})
         EXPECT_EQ(Ask(filter, L"user.name = F\\a\nuser.nam = F\\b", FakeFacts()), CannotTell) << filter;
 }
 
