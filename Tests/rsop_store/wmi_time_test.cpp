@@ -30,13 +30,7 @@ const Pair c_pairs[] = {
     {"last moment told in the west", 2650467779999999990, -60, L"99991231235959.999999-060"},
 };
 
-struct Unwritable {
-    const char* why;
-    std::uint64_t ticks;
-    int offset;
-};
-
-const Unwritable c_unwritable[] = {
+const std::tuple<const char*, std::uint64_t, int> c_unwritable[] = {
     {"year 10000", 2650467744000000000, 0},
     {"year 10000 in the east", 2650467743999999999, 1},
     {"year 1600 in the west", c_ticksPerMinute - 1, -1},
@@ -101,10 +95,10 @@ TEST(WmiTime, TicksAndTextAreTheSameMoment)
 
 TEST(WmiTime, WritesNothingBeyondTheCalendar)
 {
-    for (const Unwritable& row : c_unwritable) {
+    for (const auto& [why, ticks, offset] : c_unwritable) {
         std::wstring text = L"kept";
-        EXPECT_FALSE(kx::TicksToWmiTime(row.ticks, row.offset, text)) << row.why;
-        EXPECT_EQ(text, L"kept") << row.why;
+        EXPECT_FALSE(kx::TicksToWmiTime(ticks, offset, text)) << why;
+        EXPECT_EQ(text, L"kept") << why;
     }
 }
 
