@@ -2,6 +2,7 @@
 
 #include "Common_CPP/util/unique_handle.h"
 #include "Common_CPP/xml/xml_document.h"
+#include "Tests/support/com_scope.h"
 #include "Tests/support/temp_folder.h"
 #include "Tools/kx_gpsim/gpo_source.h"
 #include "Tools/kx_gpsim/lint_junit.h"
@@ -10,8 +11,6 @@
 #include "Tools/kx_gpsim/wide_text.h"
 
 #include <gmock/gmock.h>
-
-#include <objbase.h>
 
 #include <filesystem>
 #include <set>
@@ -30,13 +29,7 @@ constexpr const wchar_t* kGpo = L"{3D1F6B52-8E0B-4E61-9E26-5B1A7C0A1101}";
 
 class LintReader : public testing::Test {
   protected:
-    LintReader()
-    {
-        EXPECT_TRUE(SUCCEEDED(::CoInitializeEx(nullptr, COINIT_MULTITHREADED)));
-        (void)_m_folder.Write(std::wstring(kGpo) + L"\\GPT.INI", "[General]\r\nVersion=1\r\n");
-    }
-
-    ~LintReader() override { ::CoUninitialize(); }
+    LintReader() { _m_folder.Write(std::wstring(kGpo) + L"\\GPT.INI", "[General]\r\nVersion=1\r\n"); }
 
     void Write(const wchar_t* file, const string& bytes, const wchar_t* scope = L"Machine") const
     {
@@ -62,46 +55,30 @@ class LintReader : public testing::Test {
         return found;
     }
 
+    ComScope _m_com;
     TempFolder _m_folder;
 };
 
 TEST_F(LintReader, FilesThatAreThereAndRight)
 {
     EXPECT_THAT(Findings(), ElementsAre("KX1007 0:0")) << "no folder of the extension, no file";
-    Write(L"Policies.xml", kGood);
-    EXPECT_THAT(Findings(), IsEmpty());
     string utf16 = "\xFF\xFE";
     for (const char unit : string(kGood))
         utf16 += {unit, '\0'};
-    Write(L"Policies.xml", utf16);
-    EXPECT_THAT(Findings(), IsEmpty());
+    for (const string& text : {string(kGood), utf16}) {
+        Write(L"Policies.xml", text);
+        EXPECT_THAT(Findings(), IsEmpty());
+    }
 }
 
-TEST_F(LintReader, NamesThePlaceOfWhatTheExtensionDoesNotTake)
+TEST_F(LintReader, NestedDeeperThanTheExtensionsParserGoes)
 {
     string deep = "<GpoPolicies version=\"5\">";
     for (const char* const tag : {"<a>", "</a>"})
         for (int i = 0; i < 300; ++i)
             deep += tag;
-
-    const struct {
-        const char* why;
-        string text;
-        const char* finding; ///< the column as far as parsers agree
-    } rows[] = {
-        {"a tag that does not match", "<a version=\"5\">\n<b>\n\n</a>", "KX1001 4:"},
-        {"a document type", "<!DOCTYPE a>\n<a version=\"5\"/>", "KX1001 "},
-        {"nothing", "", "KX1001 "},
-        {"a stray character", "<a version=\"5\">\n\xC3\xA4\xC3\xA4 & x</a>", "KX1001 2:"},
-        {"nested deeper than the extension's parser goes", deep + "</GpoPolicies>", "KX1001 "},
-    };
-
-    for (const auto& row : rows) {
-        Write(L"Policies.xml", row.text);
-        const std::vector<string> findings = Findings();
-        ASSERT_EQ(findings.size(), 1U) << row.why;
-        EXPECT_THAT(findings[0], testing::StartsWith(row.finding)) << row.why;
-    }
+    Write(L"Policies.xml", deep + "</GpoPolicies>");
+    EXPECT_THAT(Findings(), ElementsAre(testing::StartsWith("KX1001 ")));
 }
 
 TEST_F(LintReader, AFileThatSomebodyHolds)

@@ -9,7 +9,6 @@
 
 #include <gmock/gmock.h>
 
-#include <ctime>
 #include <sstream>
 
 namespace {
@@ -35,17 +34,6 @@ std::vector<string> NamesOf(const kx::Report& report)
     return names;
 }
 
-TEST(ReportPolicies, StandInOneSequenceOfAllPasses)
-{
-    const kx::Report report = kx::MakeReport(SampleRun());
-    EXPECT_THAT(NamesOf(report), ElementsAre("Print labels", "Press for users", "Run the press faster",
-                                             "Dairy settings", "Run the press", "Settings"));
-    const kx::ReportPolicy& faster = report.policies[2];
-    EXPECT_EQ(report.gpos[faster.gpo].gpo.name, kDairy);
-    EXPECT_TRUE(faster.recorded) << "an id is compared without regard to case";
-    EXPECT_FALSE(report.policies[4].recorded) << "the same id with another precedence is another instance";
-}
-
 TEST(ReportPolicies, OrderIsSignedAsInTheDocument)
 {
     kx::PassResult pass;
@@ -55,21 +43,12 @@ TEST(ReportPolicies, OrderIsSignedAsInTheDocument)
     EXPECT_THAT(NamesOf(ReportOf(pass)), ElementsAre("wrapped around", "low", "equal, later"));
 }
 
-TEST(ReportPolicies, RepeatedIdsNameTheLowestOrderFirst)
+TEST(ReportPolicies, RepeatedIdsMayBeTied)
 {
     kx::RunResult run = SampleRun();
-    kx::Report report = kx::MakeReport(run);
-    ASSERT_EQ(report.repeatedIds.size(), 1U);
-    EXPECT_THAT(report.repeatedIds[0].policies, ElementsAre(1, 2, 4)) << "across GPOs and scopes";
-    EXPECT_FALSE(report.repeatedIds[0].isTied);
-    EXPECT_EQ(report.policies[1].standing, kx::Standing::First);
-    EXPECT_EQ(report.policies[4].standing, kx::Standing::Later);
-    EXPECT_EQ(report.policies[0].standing, kx::Standing::Only);
-    EXPECT_EQ(report.policies[3].standing, kx::Standing::Only) << "policies without an id do not share one";
-
+    EXPECT_FALSE(kx::MakeReport(run).repeatedIds.at(0).isTied);
     run.passes[1].policies[1].order = 1000000007;
-    report = kx::MakeReport(run);
-    EXPECT_TRUE(report.repeatedIds[0].isTied);
+    EXPECT_TRUE(kx::MakeReport(run).repeatedIds.at(0).isTied);
 }
 
 TEST(ReportPolicies, ComeFromTheRecordsWhereThereIsNoDocument)
@@ -79,11 +58,9 @@ TEST(ReportPolicies, ComeFromTheRecordsWhereThereIsNoDocument)
     pass.gpos = {Gpo(kDairy, "Dairy", "", 1)};
     pass.recorded = {Recorded(true, "{A}", 4294967295U, kDairy, "<Policy/>")};
     const kx::Report report = ReportOf(pass);
-    ASSERT_EQ(report.policies.size(), 1U);
-    EXPECT_EQ(report.policies[0].name, "name of {A}");
+    EXPECT_THAT(NamesOf(report), ElementsAre("name of {A}"));
     EXPECT_EQ(report.policies[0].order, -1);
     EXPECT_EQ(report.policies[0].xml, "<Policy/>");
-    EXPECT_EQ(report.gpos[report.policies[0].gpo].gpo.displayName, "Dairy");
 
     pass.delivered = true;
     EXPECT_THAT(ReportOf(pass).policies, IsEmpty()) << "a document without policies has none";
@@ -141,12 +118,9 @@ TEST(ReportSettings, TakeTheWinnerFromTheRecords)
     }
 }
 
-TEST(ReportGpos, KnowWhatWasRecordedOfThem)
+TEST(ReportGpos, BorrowAPlaceFromARecordedOne)
 {
     const kx::Report report = kx::MakeReport(SampleRun());
-    ASSERT_EQ(report.gpos.size(), 4U);
-    EXPECT_EQ(report.gpos[1].written, "2026-01-31T10:15:00Z");
-    EXPECT_EQ(report.gpos[1].somId, "OU=Dairy,DC=fernhill,DC=example");
     EXPECT_EQ(report.gpos[0].written, "") << "nothing of it was recorded";
     EXPECT_EQ(report.gpos[0].somId, "DC=fernhill,DC=example") << "looks like a recorded one";
 }
@@ -158,19 +132,6 @@ TEST(ReportGpos, ChangedOneOwnsThePoliciesOfANameThatIsDeletedToo)
     std::swap(pass.gpos[1], pass.gpos[2]);
     const kx::Report report = ReportOf(pass);
     EXPECT_FALSE(report.gpos[report.policies[0].gpo].gpo.deleted);
-}
-
-TEST(ReportTimeline, NeedsTimesInTheTrace)
-{
-    kx::PassResult pass;
-    pass.trace = {"23:59:59.900 12 KXT_INFO begin", "32:gp_xml.cpp(18): no time", "00:00:00.150 end"};
-    const std::vector<kx::TimelineEntry> timeline = ReportOf(pass).passes[0].timeline;
-    ASSERT_EQ(timeline.size(), 2U);
-    EXPECT_EQ(timeline[0].text, "12 KXT_INFO begin");
-    EXPECT_EQ(timeline[1].milliseconds, 250) << "past midnight";
-
-    pass.trace = {"32:gp_xml.cpp(18): INFO: 10:00:00.000 ", "10:00:00.000 x"};
-    EXPECT_THAT(ReportOf(pass).passes[0].timeline, IsEmpty());
 }
 
 // Everything that a run can hold a secret in.
@@ -213,13 +174,6 @@ TEST(Report, ShowsASecretAsDots)
     EXPECT_THAT(report.passes[0].timeline[1].text, HasSubstr("CfgPath=/Configuration/Proxy"));
 }
 
-TEST(Report, OfNothing)
-{
-    const kx::Report report = kx::MakeReport({});
-    EXPECT_THAT(kx::FormatReportText(report), HasSubstr("0 passes: 0 GPOs, 0 policies"));
-    EXPECT_EQ(kx::FormatRunTable({}), "");
-}
-
 TEST(ReportText, SaysWhatHappenedAndKeepsATerminalSafe)
 {
     kx::RunResult run = SampleRun();
@@ -229,20 +183,13 @@ TEST(ReportText, SaysWhatHappenedAndKeepsATerminalSafe)
     for (const char* const said :
          {"3 GPOs, 1 deleted", "the user is in no such group", "12:4",
           "the registry extension is not registered", "Returned 1252: the agent was not reached",
-          "Dairy\u241B[31m\u240ANo errors", "Milkers", "wins", "loses"})
-        EXPECT_THAT(text, HasSubstr(said));
-    EXPECT_THAT(text, ContainsRegex("wins +green"));
-    EXPECT_THAT(text, ContainsRegex("loses +red"));
+          "Dairy\u241B.31m\u240ANo errors", "Milkers", "wins +green", "loses +red"})
+        EXPECT_THAT(text, ContainsRegex(said));
 }
 
 TEST(ReturnCodes, HaveTheMeaningOfTheirCall)
 {
-    const struct {
-        const char* call;
-        std::uint32_t code;
-        bool delivered;
-        const char* said;
-    } rows[] = {
+    const std::tuple<const char*, std::uint32_t, bool, const char*> rows[] = {
         {"apply", 0, true, "the agent has the document"},
         {"apply", 0, false, "nothing was sent"},
         {"plan", 0, false, "recorded"},
@@ -252,32 +199,13 @@ TEST(ReturnCodes, HaveTheMeaningOfTheirCall)
         {"plan", 0x80041003U, false, "WMI refused: 0x80041003"},
         {"apply", 2, false, "Windows"},
     };
-
-    for (const auto& row : rows) {
+    for (const auto& [call, code, delivered, said] : rows) {
         kx::PassResult pass;
-        pass.call = row.call;
-        pass.code = row.code;
-        pass.delivered = row.delivered;
-        EXPECT_THAT(ReportOf(pass).passes[0].meaning, HasSubstr(row.said)) << row.call << ' ' << row.code;
+        pass.call = call;
+        pass.code = code;
+        pass.delivered = delivered;
+        EXPECT_THAT(ReportOf(pass).passes[0].meaning, HasSubstr(said)) << call << ' ' << code;
     }
-}
-
-TEST(Report, TakesTimeInProportion)
-{
-    constexpr std::int32_t count = 100000;
-    kx::PassResult pass = MachinePass();
-    for (std::int32_t at = 0; at < count; ++at) {
-        const string id = std::to_string(at % 2 == 0 ? 0 : at); // half of them share one
-        pass.policies.push_back(Configuration(kDairy, "policy", count - at, "/Configuration/" + id, "v"));
-        pass.policies.back().id = id;
-        pass.recorded.push_back(Recorded(true, id, static_cast<std::uint32_t>(count - at), kDairy));
-    }
-    const std::clock_t begin = std::clock(); // the processor's time, however busy the machine is
-    const kx::Report report = kx::MakeReport({{pass}, ""});
-    EXPECT_GT(kx::FormatReportText(report).size(), 100U * count);
-    EXPECT_EQ(report.repeatedIds.front().policies.size(), count / 2U);
-    // Generous for sanitizers: with a quadratic step it would take minutes.
-    EXPECT_LT((std::clock() - begin) / CLOCKS_PER_SEC, 60);
 }
 
 } // namespace

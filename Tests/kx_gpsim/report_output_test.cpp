@@ -73,14 +73,6 @@ TEST(ReportJson, OfPassesSettingsAndTotals)
         "contestedSettings": 1, "failedCalls": 1})");
 }
 
-TEST(ReportJson, IsJsonWhateverTheBytes)
-{
-    kx::RunResult run = SampleRun();
-    run.passes[0].policies[0].name = "press \xC3( \x1b";
-    const Json report = Json::parse(kx::FormatReportJson(kx::MakeReport(run)));
-    EXPECT_EQ(report["policies"][4]["name"], "press \xEF\xBF\xBD( \x1b");
-}
-
 string PageOf(const kx::RunResult& run)
 {
     return kx::FormatReportHtml(run, kx::MakeReport(run));
@@ -153,9 +145,11 @@ TEST(ReportPage, AsksNobodyForAnything)
 TEST(ReportPage, IsReadableWhateverTheBytes)
 {
     kx::RunResult run = SampleRun();
-    run.passes[0].policies[0].name = "press \xC3( {{data}}";
+    run.passes[0].policies[0].name = "press \xC3( \x1b {{data}}";
     run.passes[0].policies[0].xml = "\xFF\n";
-    EXPECT_EQ(DataOf(run)["policies"]["name"][4], "press \xEF\xBF\xBD( {{data}}");
+    const char* const readable = "press \xEF\xBF\xBD( \x1b {{data}}";
+    EXPECT_EQ(DataOf(run)["policies"]["name"][4], readable);
+    EXPECT_EQ(Json::parse(kx::FormatReportJson(kx::MakeReport(run)))["policies"][4]["name"], readable);
     EXPECT_EQ(Count(Block(PageOf(run), "policy-xml"), "\n"), 6U) << "a line end within is escaped";
     EXPECT_EQ(DataOf({})["policies"]["name"], Json::array());
 }

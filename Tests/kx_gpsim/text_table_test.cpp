@@ -5,7 +5,6 @@
 
 #include <gmock/gmock.h>
 
-#include <algorithm>
 #include <sstream>
 
 namespace {
@@ -13,51 +12,46 @@ namespace {
 using std::string;
 using std::string_view;
 
-TEST(DisplayWidth, CountsColumns)
-{
-    const struct {
-        const char* why;
-        string_view text;
-        std::size_t width;
-    } rows[] = {
-        {"nothing", "", 0},
-        {"letters beyond ASCII are one column", "K\u00E4se", 4},
-        {"a mark stands on its letter", "e\u0301", 1},
-        {"East Asian letters are two", "\u6F22\u5B57", 4},
-        {"fullwidth forms are two, halfwidth ones one", "\uFF21\uFF71", 3},
-        {"a pictograph is two", "\U0001F9C0", 2},
-        {"the last of the first plane", "\uFFFD", 1},
-        {"ill-formed bytes are one each", "\xC3\xC3(", 3},
-        {"a surrogate written as UTF-8 is three ill-formed bytes", "\xED\xA0\x80", 3},
-        {"an overlong slash is no character", "\xC0\xAF", 2},
-        {"a character cut short", "a\xE6\xBC", 3},
-        {"beyond the last character", "\xF4\x90\x80\x80", 4},
-    };
-
-    for (const auto& row : rows)
-        EXPECT_EQ(kx::DisplayWidth(row.text), row.width) << row.why;
-}
-
-TEST(VisibleText, HasNoPowerOverATerminal)
+TEST(Text, HasAWidthAndNoPowerOverATerminal)
 {
     const struct {
         const char* why;
         string_view text;
         string_view visible;
+        std::size_t width; ///< of the visible text
     } rows[] = {
-        {"ordinary text stays", "Caf\u00E9 \u6F22", "Caf\u00E9 \u6F22"},
-        {"an escape sequence", "\x1b[2J", "\u241B[2J"},
-        {"line ends do not break a table", "a\r\nb", "a\u240D\u240Ab"},
-        {"a NUL", string_view("a\0_", 3), "a\u2400_"},
-        {"delete", "\x7F", "\u2421"},
-        {"the one-byte form of an escape sequence", "\u009B1m", "<U+009B>1m"},
-        {"the direction of writing", "\u202Egpj.exe", "<U+202E>gpj.exe"},
-        {"hidden tags", "a\U000E0041", "a<U+0E0041>"},
-        {"a stray byte", "a\x9B", "a\uFFFD"},
+        {"letters beyond ASCII are one column", "K\u00E4se", "K\u00E4se", 4},
+        {"a mark stands on its letter", "e\u0301", "e\u0301", 1},
+        {"East Asian letters are two", "\u6F22\u5B57", "\u6F22\u5B57", 4},
+        {"fullwidth forms are two, halfwidth ones one", "\uFF21\uFF71", "\uFF21\uFF71", 3},
+        {"a pictograph is two", "\U0001F9C0", "\U0001F9C0", 2},
+        {"an escape sequence", "\x1b[2J", "\u241B[2J", 4},
+        {"line ends do not break a table", "a\r\nb", "a\u240D\u240Ab", 4},
+        {"a NUL", string_view("a\0_", 3), "a\u2400_", 3},
+        {"delete", "\x7F", "\u2421", 1},
+        {"the one-byte form of an escape sequence", "\u009B1m", "<U+009B>1m", 10},
+        {"the direction of writing", "\u202Egpj.exe", "<U+202E>gpj.exe", 15},
+        {"hidden tags", "a\U000E0041", "a<U+0E0041>", 11},
+        {"a stray byte", "a\x9B", "a\uFFFD", 2},
     };
 
-    for (const auto& row : rows)
+    for (const auto& row : rows) {
         EXPECT_EQ(kx::VisibleText(row.text), row.visible) << row.why;
+        EXPECT_EQ(kx::DisplayWidth(row.visible), row.width) << row.why;
+    }
+}
+
+TEST(Text, CountsEachIllFormedByte)
+{
+    const std::pair<string_view, std::size_t> rows[] = {
+        {"\xC3\xC3(", 3},        // no second byte
+        {"\xED\xA0\x80", 3},     // a surrogate
+        {"\xC0\xAF", 2},         // an overlong slash
+        {"a\xE6\xBC", 3},        // cut short
+        {"\xF4\x90\x80\x80", 4}, // beyond the last character
+    };
+    for (const auto& [text, width] : rows)
+        EXPECT_EQ(kx::DisplayWidth(text), width) << testing::PrintToString(text);
 }
 
 TEST(CutText, EndsInAnEllipsisWithinTheWidth)
@@ -112,24 +106,13 @@ TEST(FormatTable, WrapsAtBlanksAndKeepsNumbersWhole)
 
 TEST(FormatTable, StaysWithinTheWidthWhateverTheCells)
 {
-    const string longWord(1000, 'w');
-    const string marks = "a" + string(3000, '\xCC') + "\u0301";
-    for (const string& cell :
-         {longWord, marks, string("\u6F22\u5B57\u6F22\u5B57\u6F22\u5B57\u6F22\u5B57\u6F22"),
-          string(500, ' ')}) {
-        const string table = kx::FormatTable(kColumns, {{cell, "1", cell}}, 30);
-        const std::vector<string> lines = LinesOf(table);
+    for (const string& cell : {string(1000, 'w'), "a" + string(3000, '\xCC') + "\u0301", string(500, ' '),
+                               string("\u6F22\u5B57\u6F22\u5B57\u6F22\u5B57\u6F22\u5B57\u6F22")}) {
+        const std::vector<string> lines = LinesOf(kx::FormatTable(kColumns, {{cell, "1", cell}}, 30));
         EXPECT_LE(lines.size(), 6U) << "a long cell is cut after a few lines";
         for (const string& line : lines)
             EXPECT_LE(kx::DisplayWidth(line), 30U) << line;
     }
-    EXPECT_NE(kx::FormatTable(kColumns, {{longWord}}, 30).find("\u2026"), string::npos);
-}
-
-TEST(FormatTable, OfNothing)
-{
-    EXPECT_EQ(LinesOf(kx::FormatTable(kColumns, {}, 80)).size(), 2U);
-    EXPECT_EQ(kx::FormatTable({}, {{"x"}}, 80), "\n\n\n");
 }
 
 } // namespace
