@@ -134,8 +134,13 @@ TEST_F(SwbemDateTime, CountsWallTimeOnRequest)
     EXPECT_EQ(ValueOf(*object), L"20240115120000.000000+060");
 }
 
-TEST_F(SwbemDateTime, AsAnIntervalIsNoMoment)
+TEST_F(SwbemDateTime, HasPartsAndAsAnIntervalIsNoMoment)
 {
+    LONG month = 0;
+    EXPECT_EQ(object->put_Month(12), S_OK);
+    EXPECT_EQ(object->put_Month(13), c_outOfRange);
+    EXPECT_EQ(object->get_Month(&month), S_OK);
+    EXPECT_EQ(month, 12);
     EXPECT_EQ(object->put_Value(CComBSTR(L"20230229000000.000000+000")), c_invalidSyntax);
     EXPECT_EQ(object->put_IsInterval(VARIANT_TRUE), S_OK);
     EXPECT_EQ(ValueOf(*object), L"00000000000000.000000:000");

@@ -143,3 +143,20 @@ TEST(WmiTimeFields, RefusedChangesChangeNothing)
     EXPECT_FALSE(fields.Set(Part::Month, 0) || fields.Set(Part::Day, 0) || fields.Set(Part::Hours, -1));
     EXPECT_EQ(fields.Text(), L"00000101000000.000000+000");
 }
+
+TEST(WmiTimeFields, ForgetPartsAndChangeTheirKind)
+{
+    kx::WmiTimeFields fields;
+    ASSERT_TRUE(fields.Assign(L"20240229123456.789012-090"));
+    for (const Part part : c_parts)
+        EXPECT_TRUE(fields.SetKnown(part, false)) << static_cast<int>(part);
+    EXPECT_EQ(fields.Text(), L"**************.******-***");
+    for (const Part part : c_parts)
+        EXPECT_TRUE(fields.SetKnown(part, true)) << static_cast<int>(part);
+    EXPECT_EQ(fields.Text(), L"00000101000000.000000+000");
+    EXPECT_TRUE(fields.Set(Part::Hours, 7));
+    fields.MakeInterval(true);
+    EXPECT_EQ(fields.Text(), L"00000000070000.000000:000");
+    fields.MakeInterval(false);
+    EXPECT_EQ(fields.Text(), L"00000101070000.000000+000");
+}
