@@ -58,6 +58,7 @@ TEST(Manifest, FaultsNameFileAndPlace)
         {"{}", "m.json: /gpos is missing"},
         {R"({"gpos": {}})", "m.json: /gpos is not an array"},
         {R"({"gpos": [{"path": "a"}, 7]})", "m.json: /gpos/1 is not an object"},
+        {R"({"gpos": [{"path": 7}]})", "m.json: /gpos/0/path is not a text"},
         {R"({"gpos": [{"path": ""}]})", "m.json: /gpos/0/path is empty"},
         {R"({"gpos": [{"path": "a", "froced": true}]})", "m.json: /gpos/0/froced is not known here"},
         {R"({"gpos": [{"path": "a", "order": 1.5}]})", "m.json: /gpos/0/order is not a whole number"},

@@ -134,6 +134,16 @@ TEST(ReportGpos, ChangedOneOwnsThePoliciesOfANameThatIsDeletedToo)
     EXPECT_FALSE(report.gpos[report.policies[0].gpo].gpo.deleted);
 }
 
+TEST(ReportTimeline, NeedsTimesInTheTrace)
+{
+    kx::PassResult pass;
+    pass.trace = {"23:59:59.900 12 KXT_INFO begin", "32:gp_xml.cpp(18): no time", "00:00:00.150 end"};
+    const std::vector<kx::TimelineEntry> timeline = ReportOf(pass).passes[0].timeline;
+    ASSERT_EQ(timeline.size(), 2U);
+    EXPECT_EQ(timeline[0].text, "12 KXT_INFO begin");
+    EXPECT_EQ(timeline[1].milliseconds, 250) << "past midnight";
+}
+
 // Everything that a run can hold a secret in.
 kx::RunResult SecretRun()
 {

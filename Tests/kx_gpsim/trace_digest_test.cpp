@@ -60,6 +60,10 @@ TEST(TraceDigest, MakesComplaintsOfAGposLines)
              load("ERROR: The file was not accepted: A (odd) tag (line 12, column 7)") +
              load("ERROR: Failed to load the policy files of GPO GPO A - {A}"),
          "error Tokens.xml:12:7 A (odd) tag\n"},
+        {"a parser without a reason",
+         load("ERROR: Failed to load XML from file [C:\\a\\GUI.xml]") +
+             load("ERROR: The file was not accepted: error"),
+         "error GUI.xml cannot be read\n"},
         {"two files of another version",
          Line("gp_xml_merge.cpp(33)",
               "ERROR: Unsupported version found in XML. Versions: 4, 5, 5, -6. GPO GPO A - {A}") +
@@ -153,6 +157,8 @@ TEST(GpoOutcomes, TellWhichPolicyAnEvaluationWasFor)
          "cannot be used. Error=5\n[b] Failed to open reg key [K]. err=2\n"},
         {"the marker could not be removed", stays, letThrough, "p", "",
          "[p] Failed to remove reg value [ILTTest]. err=5\n"},
+        {"no way to tell", noKey, none, "ab", "",
+         "[(one of its policies)] Failed to open reg key [K]. err=2\n"},
     };
 
     for (const auto& row : rows) {
