@@ -77,9 +77,6 @@ TEST_F(RegKeyTest, TextsAreCheckedBeforeTheyAreTrusted)
         EXPECT_EQ(key.QueryString(L"value", value, 128), row.expected);
         EXPECT_STREQ(value, row.expected == ERROR_SUCCESS ? row.value.c_str() : L"untouched");
     }
-    CString value = L"untouched";
-    EXPECT_EQ(key.QueryString(L"absent", value, 128), ERROR_FILE_NOT_FOUND);
-    EXPECT_STREQ(value, L"untouched");
 }
 
 TEST_F(RegKeyTest, NumbersAreOfTheirTypeAndSize)
@@ -105,16 +102,18 @@ TEST_F(RegKeyTest, NumbersAreOfTheirTypeAndSize)
         EXPECT_EQ(key.QueryDword(L"value", value), row.expected);
         EXPECT_EQ(value, row.expected == ERROR_SUCCESS ? 0x12345678u : 77u);
     }
-    DWORD value = 77;
-    EXPECT_EQ(key.QueryDword(L"absent", value), ERROR_FILE_NOT_FOUND);
-    EXPECT_EQ(value, 77u);
 }
 
-TEST_F(RegKeyTest, AFailedOpenKeepsTheKeyHeld)
+TEST_F(RegKeyTest, WhatIsNotThereChangesNothing)
 {
     const HKEY held = key.Get();
     EXPECT_EQ(key.Open(HKEY_CURRENT_USER, L"Software\\KxNoSuchKey", KEY_QUERY_VALUE), ERROR_FILE_NOT_FOUND);
     EXPECT_EQ(key.Get(), held);
-    DWORD value = 0;
+    CString text = L"untouched";
+    EXPECT_EQ(key.QueryString(L"absent", text, 128), ERROR_FILE_NOT_FOUND);
+    EXPECT_STREQ(text, L"untouched");
+    DWORD value = 77;
+    EXPECT_EQ(key.QueryDword(L"absent", value), ERROR_FILE_NOT_FOUND);
     EXPECT_EQ(CkxRegKey().QueryDword(L"value", value), ERROR_INVALID_HANDLE);
+    EXPECT_EQ(value, 77u);
 }

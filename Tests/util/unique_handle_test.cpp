@@ -26,34 +26,32 @@ struct RecordingTraits {
 
 using Owner = CkxUniqueHandle<RecordingTraits>;
 
-/// Something done to an owner of 1, what it holds then, and what was closed on the way.
-struct Operation {
-    const char* name;
-    void (*run)(Owner& owner);
-    int held;
-    std::vector<int> closed;
-};
-
-const Operation c_operations[] = {
-    {"Nothing", [](Owner&) {}, 1, {}},
-    {"Release", [](Owner& owner) { EXPECT_EQ(owner.Release(), 1); }, -1, {}},
-    {"Reset", [](Owner& owner) { owner.Reset(); }, -1, {1}},
-    {"ResetTwice", [](Owner& owner) { (owner.Reset(), owner.Reset()); }, -1, {1}},
-    {"ResetToAnother", [](Owner& owner) { owner.Reset(2); }, 2, {1}},
-    {"ResetToItself", [](Owner& owner) { owner.Reset(1); }, 1, {}},
-    {"Put", [](Owner& owner) { *owner.Put() = 2; }, 2, {1}},
-    {"MoveFrom", [](Owner& owner) { const Owner to(std::move(owner)); }, -1, {1}},
-    {"MoveAssignFrom", [](Owner& owner) { Owner(2) = std::move(owner); }, -1, {2, 1}},
-    {"MoveAssignTo", [](Owner& owner) { owner = Owner(2); }, 2, {1}},
-    {"MoveAssignEmpty", [](Owner& owner) { owner = Owner(); }, -1, {1}},
-    {"MoveAssignItself", [](Owner& owner) { owner = std::move(static_cast<Owner&>(owner)); }, 1, {}},
-};
-
 } // namespace
 
 TEST(UniqueHandleTest, EveryOperationClosesOnceAndKeepsTheLastError)
 {
-    for (const Operation& row : c_operations) {
+    // What is done to an owner of 1, what it holds then, and what was closed on the way.
+    const struct {
+        const char* name;
+        void (*run)(Owner& owner);
+        int held;
+        std::vector<int> closed;
+    } rows[] = {
+        {"Nothing", [](Owner&) {}, 1, {}},
+        {"Release", [](Owner& owner) { EXPECT_EQ(owner.Release(), 1); }, -1, {}},
+        {"Reset", [](Owner& owner) { owner.Reset(); }, -1, {1}},
+        {"ResetTwice", [](Owner& owner) { (owner.Reset(), owner.Reset()); }, -1, {1}},
+        {"ResetToAnother", [](Owner& owner) { owner.Reset(2); }, 2, {1}},
+        {"ResetToItself", [](Owner& owner) { owner.Reset(1); }, 1, {}},
+        {"Put", [](Owner& owner) { *owner.Put() = 2; }, 2, {1}},
+        {"MoveFrom", [](Owner& owner) { const Owner to(std::move(owner)); }, -1, {1}},
+        {"MoveAssignFrom", [](Owner& owner) { Owner(2) = std::move(owner); }, -1, {2, 1}},
+        {"MoveAssignTo", [](Owner& owner) { owner = Owner(2); }, 2, {1}},
+        {"MoveAssignEmpty", [](Owner& owner) { owner = Owner(); }, -1, {1}},
+        {"MoveAssignItself", [](Owner& owner) { owner = std::move(static_cast<Owner&>(owner)); }, 1, {}},
+    };
+
+    for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
         RecordingTraits::closed.clear();
         std::vector<int> closed;
@@ -74,6 +72,7 @@ TEST(UniqueHandleTest, EveryOperationClosesOnceAndKeepsTheLastError)
     }
 }
 
+// Handles of other kinds that stay open are seen where every call of the extension is watched.
 TEST(UniqueHandleTest, EachKindIsClosedByItsOwnCall)
 {
     const auto isOpen = [](HANDLE handle) {
@@ -90,23 +89,6 @@ TEST(UniqueHandleTest, EachKindIsClosedByItsOwnCall)
     file.Reset();
     EXPECT_TRUE(!isOpen(rawEvent) && !isOpen(rawFile));
     EXPECT_TRUE(file.Get() == INVALID_HANDLE_VALUE && event.Get() == nullptr);
-
-    CkxRegKeyHandle key;
-    ASSERT_EQ(::RegOpenKeyExW(HKEY_CURRENT_USER, L"Software", 0, KEY_READ, key.Put()), ERROR_SUCCESS);
-    const HKEY rawKey = key.Get();
-    key.Reset();
-    EXPECT_EQ(::RegQueryValueExW(rawKey, nullptr, nullptr, nullptr, nullptr, nullptr), ERROR_INVALID_HANDLE);
-
-    ASSERT_EQ(::GetModuleHandleW(L"cabinet.dll"), nullptr);
-    CkxModule(::LoadLibraryW(L"cabinet.dll")).Reset();
-    EXPECT_EQ(::GetModuleHandleW(L"cabinet.dll"), nullptr);
-
-    WIN32_FIND_DATAW found;
-    CkxFindHandle search(::FindFirstFileW(L"C:\\windows\\*", &found));
-    ASSERT_TRUE(search);
-    const HANDLE rawSearch = search.Get();
-    search.Reset();
-    EXPECT_FALSE(::FindNextFileW(rawSearch, &found));
 
     const HLOCAL movable = ::LocalAlloc(LMEM_MOVEABLE, 16);
     ASSERT_NE(movable, nullptr);
