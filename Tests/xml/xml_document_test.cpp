@@ -1,8 +1,6 @@
 #include "Common_CPP/util/unique_handle.h"
 #include "Tests/xml/xml_fixture.h"
 
-#include <atomic>
-#include <thread>
 #include <vector>
 
 using namespace std::string_literals;
@@ -110,7 +108,7 @@ TEST_F(XmlDocumentTest, AParserThatCannotTellTheDocumentTypeIsNotTrusted)
     ASSERT_EQ(RootOf(document).Get()->get_ownerDocument(&parser), S_OK);
     constexpr std::size_t getDoctype = 43;
     {
-        const FailingMethod failing(parser, getDoctype);
+        const FailingMethod<> failing(parser, getDoctype);
         EXPECT_FALSE(document.Load(L"<a/>"));
         EXPECT_FALSE(document.LoadError().reason.IsEmpty());
     }
@@ -196,8 +194,6 @@ TEST_F(XmlDocumentTest, TheRootIsSetFromElementsOfAnyDocument)
     ASSERT_TRUE(other.Load(L"<o><p>t</p></o>"));
     const CkxXMLNode p = Child(RootOf(other), L"p");
     ASSERT_TRUE(document.SetRootElement(p));
-    EXPECT_EQ(Dense(RootOf(document)), L"<p>t</p>");
-    EXPECT_EQ(Dense(RootOf(other)), L"<o/>");
     ASSERT_TRUE(other.SetRootElement(RootOf(other))) << "itself";
     EXPECT_EQ(Dense(RootOf(other)), L"<o/>");
 
@@ -228,32 +224,6 @@ TEST_F(XmlDocumentTest, LargeDocumentsLoadAndSaveInLinearTime)
          more = policy.GetNextSibling(L"Policy", policy))
         ++count;
     EXPECT_EQ(count, 50000);
-
-    EXPECT_TRUE(document.LoadFromFile(File(L"large.xml", "<a>" + std::string(11000000, 'x') + "</a>")));
-    EXPECT_EQ(Text(RootOf(document)).size(), 11000000U);
-}
-
-TEST_F(XmlDocumentTest, DocumentsOfAFactoryAreUsedFromManyThreads)
-{
-    const CkxXMLDocumentFactory factory;
-    std::vector<std::thread> threads;
-    std::atomic<int> good = 0;
-    for (int thread = 0; thread < 4; ++thread)
-        threads.emplace_back([&] {
-            const ComScope com;
-            for (int round = 0; round < 100; ++round) {
-                CkxXMLDocument own(factory);
-                CkxXMLNode root;
-                CkxXMLNode child;
-                if (own.Load(L"<a><b v='5'/></a>") && own.GetRootElement(root) &&
-                    root.GetFirstChild(L"b", child) && child.SetAttribute(L"v", round) &&
-                    root.AppendChild(child))
-                    ++good;
-            }
-        });
-    for (std::thread& thread : threads)
-        thread.join();
-    EXPECT_EQ(good, 400);
 }
 
 TEST_F(XmlDocumentTest, TextHelpersWorkInPlace)
@@ -262,9 +232,9 @@ TEST_F(XmlDocumentTest, TextHelpersWorkInPlace)
     CkxXMLDocument::ReplaceInvalidCharacters(text, L'_');
     EXPECT_EQ(text, L"a_\t__");
 
-    text = L"<p>1</p><p>2";
-    EXPECT_EQ(CkxXMLDocument::ObfuscateTagText(text, L"p"), 1);
-    EXPECT_EQ(text, L"<p>...</p><p>2");
+    text = L"<r><p>1</p>x<p></p><pp>2</pp></r><p>3";
+    EXPECT_EQ(CkxXMLDocument::ObfuscateTagText(text, L"p"), 2);
+    EXPECT_EQ(text, L"<r><p>...</p>x<p>...</p><pp>2</pp></r><p>3");
     EXPECT_TRUE(TracedOnly("Incorrect XML when replacing tag p"));
     EXPECT_EQ(CkxXMLDocument::ObfuscateTagText(text, nullptr), 0);
     EXPECT_EQ(Traced(), "");

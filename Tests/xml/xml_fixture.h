@@ -3,6 +3,7 @@
 
 #include "Common_CPP/xml/xml.h"
 #include "Tests/support/com_scope.h"
+#include "Tests/support/failing_import.h"
 #include "Tests/support/patched_slot.h"
 #include "Tests/support/recorded_trace.h"
 #include "Tests/support/temp_folder.h"
@@ -81,19 +82,12 @@ class XmlNodeTest : public XmlTest {
     CkxXMLDocument document;
 };
 
-/// While it lives, a method of all objects of this object's class fails. One at a time.
-class FailingMethod {
+/// While it lives, a method of all objects of this object's class fails.
+template <HRESULT Failure = E_FAIL>
+class FailingMethod : public PatchedSlot {
   public:
-    FailingMethod(IUnknown* object, std::size_t slot, HRESULT failure = E_FAIL)
-        : _m_patch(object, slot, reinterpret_cast<void*>(&_Fail))
+    FailingMethod(IUnknown* object, std::size_t slot)
+        : PatchedSlot(object, slot, reinterpret_cast<void*>(&Fail<Failure, ERROR_SUCCESS>))
     {
-        _s_failure = failure;
     }
-
-  private:
-    static HRESULT WINAPI _Fail() { return _s_failure; }
-
-    static inline HRESULT _s_failure = E_FAIL;
-
-    PatchedSlot _m_patch;
 };

@@ -130,23 +130,3 @@ TEST_F(XmlNodeTest, ChildrenAreRemovedAndReplaced)
     ASSERT_TRUE(c.ReplaceChild(d, d)) << "by itself";
     EXPECT_EQ(Dense(root), L"<a><c><d/><b/></c></a>");
 }
-
-TEST_F(XmlNodeTest, NodesMoveBetweenDocumentsAndOutliveThem)
-{
-    const CkxXMLNode target = Parse(L"<t/>");
-    for (int round = 0; round < 200; ++round) {
-        CkxXMLDocument source;
-        ASSERT_TRUE(source.Load(L"<s><p a='1'>x<!--c--><![CDATA[<]]><q/></p><p a='2'/></s>"));
-        const CkxXMLNode first = Child(RootOf(source), L"p");
-        CkxXMLNode second;
-        ASSERT_TRUE(first.GetNextSibling(L"p", second));
-        ASSERT_TRUE(target.AppendChild(first) && target.AppendChild(second));
-        EXPECT_EQ(Dense(RootOf(source)), L"<s/>");
-    }
-    CString xml;
-    ASSERT_TRUE(document.SaveToString(xml) && document.Load(xml));
-    std::vector<CkxXMLNode> moved;
-    ASSERT_TRUE(RootOf(document).SelectNodes(L"p", moved));
-    ASSERT_EQ(moved.size(), 400U);
-    EXPECT_EQ(Text(moved[398]), L"x<");
-}
