@@ -1,40 +1,16 @@
-// From the text of a configuration file to directives: lines, numbers, grammar, and each complaint.
-#include "Common_CPP/trace/config_number.h"
+// From the text of a configuration file to directives: lines, and each complaint. What directives mean shows
+// in the settings' dump, in settings_test.cpp.
 #include "Common_CPP/trace/directive_parser.h"
 #include "Common_CPP/trace/line_reader.h"
 #include "Tests/trace/recording_sink.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdint>
-#include <optional>
 #include <string>
-#include <utility>
-#include <variant>
-#include <vector>
 
 namespace {
 
 using kx::ParseOutcome;
-
-// What the other directives mean shows in the settings' dump, in settings_test.cpp.
-TEST(DirectiveParser, TakesOutputsAsTheyAreWritten)
-{
-    CkxRecordingSink sink;
-    const auto parsed = [&sink](const char* line) {
-        const auto result = kx::ParseDirective(line, sink);
-        EXPECT_TRUE(result.directive && result.outcome == ParseOutcome::Accepted) << line;
-        return result.directive.value_or(kx::Dump());
-    };
-    EXPECT_EQ(std::get<kx::ToStream>(parsed("to_stream@nonsense")).name, "nonsense")
-        << "outputs know the names";
-    EXPECT_EQ(std::get<kx::ToAuxStream>(parsed("to_aux_stream@dbg")).name, "dbg");
-    const auto file = std::get<kx::ToFile>(parsed("to_file@C:\\a b\\x@<%PID>.log"));
-    EXPECT_TRUE(file.path == "C:\\a b\\x@<%PID>.log" && !file.truncate);
-    EXPECT_TRUE(std::get<kx::ToFile>(parsed("to_new_file@x.log")).truncate);
-    EXPECT_TRUE(std::holds_alternative<kx::Dump>(parsed("dump")));
-    EXPECT_EQ(sink.Take(), "") << "confirmations are printed when a directive takes effect";
-}
 
 TEST(DirectiveParser, RefusesWithTheRightComplaint)
 {
@@ -53,6 +29,8 @@ TEST(DirectiveParser, RefusesWithTheRightComplaint)
          "attempt to change file name stripping level to illegal value [2147483648]"},
         {"rotation@x@y", Illegal, "attempt to setting of rotated files number to illegal value [x]"},
         {"rotation@3@-5@p", Illegal, "attempt to setting of log file size limit to illegal value [-5]"},
+        {"rotation@3@20000000000000000000", Illegal, // wraps to one that would be allowed
+         "attempt to setting of log file size limit to illegal value [20000000000000000000]"},
         {"rotation@3@9223372036854775808", Illegal,
          "attempt to setting of log file size limit to illegal value [9223372036854775808]"},
         {"rotation@3", Illegal, nullptr},
@@ -85,17 +63,6 @@ TEST(DirectiveParser, RefusesWithTheRightComplaint)
         EXPECT_EQ(result.outcome, row.outcome) << row.line;
         EXPECT_FALSE(result.directive) << row.line;
         EXPECT_EQ(sink.Take(), row.message ? std::string("D_Lib: ") + row.message + "\n" : "") << row.line;
-    }
-}
-
-TEST(ConfigNumber, KeepsToItsMaximum)
-{
-    const std::pair<std::uint64_t, std::vector<const char*>> rows[] = {
-        {5, {"7", "10"}}, {12, {"13"}}, {0x7FFFFFFFFFFFFFFF, {"9223372036854775808"}}};
-    for (const auto& [max, tooLarge] : rows) {
-        EXPECT_EQ(kx::ReadConfigNumber(std::to_string(max), max), max);
-        for (const char* const text : tooLarge)
-            EXPECT_EQ(kx::ReadConfigNumber(text, max), std::nullopt) << text;
     }
 }
 

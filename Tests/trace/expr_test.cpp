@@ -5,8 +5,9 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
-#include <new>
+#include <algorithm>
+#include <iterator>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -46,110 +47,29 @@ TEST(ExprCompiler, EmitsTheseSteps)
     }
 }
 
-TEST(Expr, RefusesWhatIsNotWellFormed)
+TEST(Expr, KeepsToItsLimits)
 {
-    const struct {
-        const char* why;
-        std::vector<std::string> expressions;
-    } kRows[] = {
-        {"brackets alone", {"(", ")", "{", "}", "[", "]"}},
-        {"brackets without their other", {"(a", "a)", "{a", "a}", "[a", "[a-", "[a\\]"}},
-        {"brackets that do not fit", {"(a}", "{a)", "({a)}"}},
-        {"classes", {"[]", "[^]", "[z-a]"}},
-        {"nothing to repeat", {"*", "+a", "?", "(*a)", "a|*"}},
-        {"repeated twice", {"a**", "a+*", "a???", "a*??"}},
-        {"half an escape", {"\\", "a\\"}},
-        {"nothing to negate", {"!", "a!", "!|a", "(!)", "!*", "!)"}},
-        {"references to no group", {"\\1", "\\9", "{a}\\2", "{a}\\d\\5"}},
-        {"too long", {std::string(kx::kMaxExpression + 1, 'a')}},
-        {"too many steps, with the last", {std::string(kx::kMaxSteps - 1, 'a') + '.'}},
-    };
-
-    for (const auto& row : kRows)
-        for (const std::string& expression : row.expressions)
-            EXPECT_FALSE(Expr::Compile(expression)) << row.why << ' ' << expression;
-    EXPECT_TRUE(Expr::Compile(std::string(kx::kMaxSteps - 2, 'a') + '.')) << "as many steps as there may be";
-    EXPECT_TRUE(Expr::Compile(std::string(kx::kMaxExpression, 'a'))) << "a literal needs none";
+    EXPECT_FALSE(Expr::Compile(std::string(kx::kMaxExpression + 1, 'a')));
+    EXPECT_TRUE(Expr::Compile(std::string(kx::kMaxExpression, 'a'))) << "a literal needs no steps";
+    EXPECT_FALSE(Expr::Compile(std::string(kx::kMaxSteps - 1, 'a') + '.'));
+    EXPECT_TRUE(Expr::Compile(std::string(kx::kMaxSteps - 2, 'a') + '.'));
 }
 
+// What is too long for the judge below.
 TEST(Expr, FindsMatchesAnywhere)
 {
     const struct {
-        std::string expression;
+        const char* expression;
         std::vector<std::string> found;
         std::vector<std::string> notFound;
     } kRows[] = {
         {"xml", {"gp_xml", "gp_xml_merge"}, {"gp_xm", "XML"}},
-        {"", {""}, {}},
-        {".*", {""}, {}},
         {"gp_.+", {"gp_x"}, {"gp_"}},
-        {"kx_|gp_", {"my_gp_xml"}, {}},
+        {"kx_|gp_", {"my_gp_xml"}, {"my_xml"}},
         {"[a-z]+_log", {"rsop_log"}, {"_log"}},
-        {"a|", {"b"}, {}}, // an empty branch matches the empty text
-        {"x(|a)y", {"xy"}, {}},
-        {"x()*y", {"xy"}, {}},
-        // Anchors are none.
-        {"^a", {"b^a"}, {"a"}},
-        {"a$|b", {"a$"}, {"a"}},
-        {"[a^]", {"^"}, {}},
-        // Classes.
-        {"[^a-c]", {"abcd"}, {"abc"}},
-        {"x[-a]y", {"x-y"}, {}},
-        {"x[a-]y", {"x-y"}, {}},
-        {"x[\\]]y", {"x]y"}, {}},
-        {"x[\\^a]y", {"x^y"}, {}},
-        {"x[\\a-\\c]y", {"xby"}, {}}, // no shorthands in a class
-        {"x[.*(]y", {"x(y"}, {"xay"}},
-        {"[\x80-\xff]", {"\xc3\xa4"}, {}},
-        {".", {std::string(1, '\0')}, {}},
-        {"a.b", {"a\nb"}, {}},
-        // Escapes and shorthands.
-        {"\\.", {}, {"a"}},
-        {"\\(\\*\\\\", {"(*\\"}, {}},
-        {"\\s\\e", {"se"}, {}},
-        {"^\\a^", {"^Z^"}, {"^_^"}},
-        {"x\\by", {"x\ty"}, {}},
-        {"\\c\\d", {"a1"}, {"11"}},
-        {"x\\hy", {"xFy"}, {"xgy"}},
-        {"x\\ny", {"x\ry", "x\r\ny", "x\ny"}, {"x\n\ry"}},
-        {"x\\qy", {"x\"a'b\"y", "x'a\"b'y"}, {"x'a\"y"}},
-        {"x\\wy", {"xabcy"}, {}},
-        {"x\\zy", {"x12y"}, {"x12ay"}},
-        {"x\\d?y", {"xy"}, {}},        // a repetition takes the shorthand as a whole
-        {"x!\\d.y", {"xay"}, {"x1y"}}, // so does a negation
-        {"\\q|z", {"'z"}, {}},         // and its alternatives stay inside
-        {"x\\qz", {}, {"'a'z"}},
-        // Negation.
-        {"a!b", {"a", "abac"}, {"ab"}},
-        {"a!b*c", {}, {"abbc"}}, // b* always matches, so its negation never does
-        {"a!(b*c)", {"abb"}, {"abbc"}},
-        {"a!!b", {}, {"ac"}},
-        {"a!!b.", {"ab"}, {}},
-        {"!(a!b)a", {"ab"}, {"ac"}},
-        {"!()", {}, {"a"}},
-        {"x(!y.)*z", {"xabz"}, {"xayz"}},
-        // Back-references.
-        {"{a|b}\\1", {"abb"}, {"ab"}},
         {"<{.*?}>.*?</\\1>", {"<b><i>x</b>"}, {"<b><i>x</u>"}},
         {"{.}{.}\\2\\1", {"xabbay"}, {"xababy"}},
-        {"({a})(b)\\1", {"aba"}, {}},   // parentheses do not count
-        {"\\0a", {}, {"aa"}},           // group 0 is open to the end
-        {"{a\\1}", {}, {"aa"}},         // so is a group inside itself,
-        {"({b|a\\1})*c", {"babc"}, {}}, // in every iteration
         {"^({b|a\\1}x)+y", {}, {"^bxabxy"}},
-        {"\\1{a}", {}, {"aa"}}, // not matched yet
-        {"(\\1b|{a})+c", {"aabc"}, {"abc"}},
-        {"({a}|b)\\1c", {}, {"bc"}},    // not taken part
-        {"({a}|b)+\\1c", {"abac"}, {}}, // keeps the text of an earlier iteration
-        {"(!{a}b)\\1", {}, {"bb"}},     // nothing leaves a negation
-        {"!({.}\\1)..", {"aab"}, {}},
-        {"^!({.}\\1)..", {}, {"^aab"}},
-        {"(a|{})*\\1b", {"aab"}, {}},
-        {"{a*}*\\1b", {"b"}, {}},
-        {"[\\1]", {"1"}, {}},
-        // The wrapping is part of the text, so this is two groups in a row.
-        {"a}{b", {"xaby"}, {}},
-        {"a}{b\\0", {"aba"}, {}},
     };
 
     for (const auto& row : kRows) {
@@ -166,7 +86,6 @@ TEST(Expr, KnowsItsTextAndSharesItWithCopies)
 {
     EXPECT_TRUE(Expr().MatchesAll());
     EXPECT_TRUE(Expr::Compile(".*")->MatchesAll());
-    EXPECT_EQ(Expr::Compile(".*")->Text(), ".*");
     std::optional<Expr> original = Expr::Compile("gp_[a-z]+");
     ASSERT_TRUE(original);
     const Expr copy = *original;
@@ -221,6 +140,9 @@ class Exhaustive {
 
     void Check(const std::string& expression)
     {
+        if (std::count(expression.begin(), expression.end(), '{') >=
+            std::ptrdiff_t{oracle::Expression::kGroups})
+            return; // more groups than the judge can hold, with the one around it all
         const auto judge = oracle::Expression::Parse(expression);
         const auto product = Expr::Compile(expression);
         ASSERT_EQ(product.has_value(), judge.has_value()) << expression;
@@ -244,77 +166,42 @@ class Exhaustive {
                 CheckTokens(tokens, longest - 1, text + token);
     }
 
-    // Every expression of up to `mostAtoms` atoms and `mostOperators` of the operators, where x is the
-    // operand, if it contains `needed`.
-    void CheckTrees(const std::vector<std::string>& atoms, const std::vector<std::string>& operators,
-                    std::size_t mostAtoms, std::size_t mostOperators, std::string_view needed)
-    {
-        std::vector<std::vector<std::vector<std::string>>> made(
-            mostAtoms + 1, std::vector<std::vector<std::string>>(mostOperators + 1));
-        for (std::size_t n = 1; n <= mostAtoms; ++n)
-            for (std::size_t u = 0; u <= mostOperators; ++u) {
-                std::vector<std::string>& here = made[n][u];
-                if (n == 1 && u == 0)
-                    here = atoms;
-                for (const std::string& pattern : operators)
-                    for (std::size_t i = 0; u > 0 && i < made[n][u - 1].size(); ++i)
-                        here.push_back(Replaced(pattern, made[n][u - 1][i]));
-                for (std::size_t m = 1; m < n; ++m)
-                    for (std::size_t v = 0; v <= u; ++v)
-                        for (const std::string& left : made[m][v])
-                            for (const std::string& right : made[n - m][u - v]) {
-                                here.push_back(left + right);
-                                here.push_back('(' + left + '|' + right + ')');
-                            }
-                for (std::size_t i = 0; i < here.size() && !testing::Test::HasFatalFailure(); ++i)
-                    if (here[i].find(needed) != std::string::npos)
-                        Check(here[i]);
-            }
-    }
-
     [[nodiscard]] std::size_t Checked() const { return _m_checked; }
 
   private:
-    static std::string Replaced(std::string pattern, const std::string& operand)
-    {
-        const bool bare = operand.size() == 1 || pattern.find('{') != std::string::npos;
-        return pattern.replace(pattern.find('x'), 1, bare ? operand : '(' + operand + ')');
-    }
-
     std::vector<std::string> _m_subjects;
     std::size_t _m_checked = 0;
 };
 
 TEST(ExprExhaustive, RowsOfTokens)
 {
-    Exhaustive all("ab", 3);
-    all.CheckTokens({"a", "b", ".", "[^a]", "(", ")", "{", "}", "|", "!", "*", "+?", "\\1"}, 4);
-    EXPECT_GT(all.Checked(), 3'000U);
-}
+    std::string everyByte;
+    for (int byte = 0; byte < 256; ++byte)
+        everyByte += static_cast<char>(byte);
 
-TEST(ExprExhaustive, Trees)
-{
     const struct {
         const char* why;
-        std::string_view alphabet;
+        const char* tokens;
+        std::size_t mostTokens;
+        std::string alphabet;
         std::size_t longest;
-        std::vector<std::string> atoms;
-        std::vector<std::string> operators;
-        std::size_t mostAtoms;
-        std::size_t mostOperators;
-        std::string_view needed;
         std::size_t atLeast;
     } kRows[] = {
-        {"four atoms", "ab", 3, {"a", "b"}, {"x*", "!x"}, 4, 1, "", 10'000},
-        {"operators on each other", "abc", 2, {"a", ".", "[^b]"}, {"x?", "x+?", "!x"}, 2, 3, "", 6'000},
-        {"back-references", "ab", 4, {"a", "b", "\\1"}, {"{x}", "x*", "!x"}, 3, 2, "\\1", 12'000},
-        {"four atoms with them", "ab", 5, {"a", "\\1"}, {"{x}"}, 4, 1, "\\1", 1'000},
+        {"all there is", "a b . [^a] ( ) { } | ! * +? \\1", 4, "ab", 3, 3'000},
+        {"repetitions", "a . [^b] ( ) * +? ? !", 5, "abc", 2, 5'000},
+        {"back-references", "( ) {a} b| * \\1 !", 6, "ab", 4, 500},
+        {"groups by their numbers", "a b { } ( ) \\0 \\1 \\2 *", 4, "ab", 3, 500},
+        {"classes", "[ ] ^ - a c \\", 5, "abc]^-\\[", 1, 3'000},
+        {"escapes", "\\a \\b \\c \\d \\h \\n \\q \\s \\w \\z \\. \\ [\\d] [\x80-\xff] ^ $", 1, everyByte, 1,
+         14},
+        {"escapes of many", "x \\d \\n \\q \\w \\z ! ? |", 3, "x1\r\n\"'", 3, 300},
     };
 
     for (const auto& row : kRows) {
         SCOPED_TRACE(row.why);
+        std::istringstream text(row.tokens);
         Exhaustive all(row.alphabet, row.longest);
-        all.CheckTrees(row.atoms, row.operators, row.mostAtoms, row.mostOperators, row.needed);
+        all.CheckTokens({std::istream_iterator<std::string>(text), {}}, row.mostTokens);
         EXPECT_GT(all.Checked(), row.atLeast);
     }
 }

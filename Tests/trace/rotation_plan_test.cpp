@@ -51,36 +51,6 @@ TEST(RotatedNames, BuildsThePathOfNumberOne)
         EXPECT_EQ(Names(row.pattern, row.trace).FirstPath(), row.expected) << row.why;
 }
 
-TEST(RotatedNames, RecognisesItsOwnNamesOnly)
-{
-    struct Row {
-        const char* pattern;
-        std::uint32_t number; // 0: none of ours
-        std::vector<std::string> names;
-    };
-
-    const Row rows[] = {
-        {"", 1, {"kx.trace.1"}},
-        {"", 27, {"KX.Trace.27"}},
-        {"", 2147483647, {"kx.trace.2147483647"}},
-        {"", 0, {"kx.trace.2147483648", "kx.trace.99999999999", "kx.trace.-1"}},
-        {"", 0, {"kx.trace.0", "kx.trace.01"}}, // the second would become another file's name
-        {"", 0, {"", "kx.trace", "kx.trace.", "kx.trace.1.bak", "akx.trace.1"}},
-        {"o<%NUM>.log", 12, {"o12.log"}},
-        {"o<%NUM>.log", 0, {"o12.txt", "o.log"}},
-        {"<%YEAR><%MONTH><%DAY><%NUM>", 5, {"199912315"}},
-        {"<%YEAR><%MONTH><%DAY><%NUM>", 0, {"19991231", "1999x2315"}},
-        {"<%NUM>_<%MSEC>", 3, {"3_123"}},
-        {"<%NUM>_<%MSEC>", 0, {"3_12"}},
-        {"<%PID><%NUM>", 1, {"42421"}},
-        {"<%PID><%NUM>", 0, {"42431"}}, // another process
-    };
-    for (const Row& row : rows)
-        for (const std::string& name : row.names)
-            EXPECT_EQ(Names(row.pattern).NumberOf(name).value_or(0), row.number)
-                << row.pattern << " " << name;
-}
-
 // Files by path, each with what it holds; moves like the system does, which refuses to overwrite.
 class Folder {
   public:
@@ -146,8 +116,18 @@ TEST(RotationPlan, MovesUpWithoutOverwriting)
         {"behind a gap, only the chain's own files go", "<%NUM>", 2, "kx.trace 1 4 5+",
          "1<kx.trace 2<1 4<4 "},
         {"a free number 1 is enough", "<%NUM>", 5, "kx.trace 2+", "1<kx.trace 2<2 "},
-        {"strangers stay", "", 1, "kx.trace kx.trace.1 kx.trace.bak kx.trace.01+",
-         "kx.trace.01<kx.trace.01 kx.trace.1<kx.trace kx.trace.bak<kx.trace.bak "},
+        {"strangers stay", "", 1,
+         "kx.trace kx.trace.1 kx.trace.bak kx.trace.01+ kx.trace.0 kx.trace.2147483648+ akx.trace.2+",
+         "akx.trace.2<akx.trace.2 kx.trace.0<kx.trace.0 kx.trace.01<kx.trace.01 kx.trace.1<kx.trace "
+         "kx.trace.2147483648<kx.trace.2147483648 kx.trace.bak<kx.trace.bak "},
+        {"the highest number goes", "", 1, "kx.trace kx.trace.2147483647+", "kx.trace.1<kx.trace "},
+        {"in any case", "", 1, "kx.trace KX.Trace.1", "kx.trace.1<kx.trace "},
+        {"another ending", "o<%NUM>.log", 1, "kx.trace o1.log o2.txt+ o.log+",
+         "o.log<o.log o1.log<kx.trace o2.txt<o2.txt "},
+        {"digits of another number", "<%NUM>_<%MSEC>", 1, "kx.trace 1_123 2_12+ 3_x23+",
+         "1_007<kx.trace 2_12<2_12 3_x23<3_x23 "},
+        {"files of another process", "<%PID><%NUM>", 1, "kx.trace 42421 42431 42312+",
+         "42312<42312 42421<kx.trace 42431<42431 "},
         {"each file keeps its time", "<%YEAR>.<%NUM>", 3, "kx.trace 2023.1 2022.2 2021.3",
          "2022.3<2022.2 2023.2<2023.1 2024.1<kx.trace "},
         {"two files of one number", "<%YEAR>.<%NUM>", 3, "kx.trace 2024.1 2023.1 2022.2",

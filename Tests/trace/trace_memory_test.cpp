@@ -1,8 +1,8 @@
 // The library's memory: what a thread leaves behind, and what happens where there is none.
+#include "Tests/support/memory_use.h"
 #include "Tests/trace/trace_fixture.h"
 
 #include <atomic>
-#include <cstdlib>
 #include <functional>
 #include <memory>
 #include <new>
@@ -20,13 +20,10 @@ void SayLine(const char* who, int number)
     KXT_OUT(KXT_TRACE, "suppressed");
 }
 
-std::atomic<int> g_live{0};
 std::atomic<int> g_untilFailure{-1}; // calls that still succeed; -1: all
 std::atomic<bool> g_onlyOne{false};  // the calls after the failing one succeed again
-decltype(&std::malloc) g_realMalloc = nullptr;
-decltype(&std::free) g_realFree = nullptr;
 
-void* CountedMalloc(std::size_t size)
+void* FailingMalloc(std::size_t size)
 {
     if (g_untilFailure == 0) {
         if (g_onlyOne)
@@ -35,15 +32,7 @@ void* CountedMalloc(std::size_t size)
     }
     if (g_untilFailure > 0)
         --g_untilFailure;
-    ++g_live;
-    return g_realMalloc(size);
-}
-
-void CountedFree(void* memory)
-{
-    if (memory)
-        --g_live;
-    g_realFree(memory);
+    return ImportHook<&FailingMalloc>::Original(size);
 }
 
 TEST_F(Memory, OfThreadsIsGivenBackWhenTheyEnd)
@@ -56,17 +45,13 @@ TEST_F(Memory, OfThreadsIsGivenBackWhenTheyEnd)
         D_SetThreadName("x");
     };
     OnThread(body);
-    const PatchedImport patchedMalloc("malloc", reinterpret_cast<void*>(&CountedMalloc));
-    g_realMalloc = patchedMalloc.Original<decltype(g_realMalloc)>();
-    const PatchedImport patchedFree("free", reinterpret_cast<void*>(&CountedFree));
-    g_realFree = patchedFree.Original<decltype(g_realFree)>();
     (void)Take();
-    g_live = 0;
-    for (int i = 0; i < 10; ++i) {
+    const std::size_t before = HeapBytes();
+    for (int i = 0; i < 50; ++i) {
         OnThread(body);
         (void)Take();
     }
-    EXPECT_EQ(g_live, 0);
+    EXPECT_LT(HeapBytes(), before + 5000) << "a record is larger than a hundred bytes";
 }
 
 void Throw()
@@ -104,7 +89,7 @@ struct Usage {
     };
 };
 
-// One of everything that needs memory, from the first use of the library on.
+// One of everything, from the first use of the library on.
 void UseEverything(const Usage& usage)
 {
     D_SetConfigFile(usage.config);
@@ -118,7 +103,11 @@ void UseEverything(const Usage& usage)
     SayLine(usage.longText.c_str(), 2);
     (void)D_Directive("dump");
     (void)D_ToFile(usage.otherFile);
+    (void)D_ToFile("C:\\none\\none\\x");
+    (void)D_ToAuxStream("dbg");
+    (void)D_ToStream("nonsense", true);
     (void)D_ToStream("dbg", true);
+    (void)D_IsSelfTestOn("x", nullptr, 1);
 }
 
 TEST_F(Memory, ThatEndsAnywhereIsSurvived)
@@ -129,8 +118,7 @@ TEST_F(Memory, ThatEndsAnywhereIsSurvived)
                         "\nprefix@file@x+@@p\nindent@  @\nprint@file@[a-c]@7@on\nselftest@file@x@1@on\n");
     usage.traceFile = TracePathText();
     usage.otherFile = Narrow(_m_folder / L"other.trace");
-    const PatchedImport patched("malloc", reinterpret_cast<void*>(&CountedMalloc));
-    g_realMalloc = patched.Original<decltype(g_realMalloc)>();
+    const ImportHook<&FailingMalloc> hook("malloc");
     MakeExceptionsWork();
     int failures = 0;
     for (bool reached = true; reached && failures < 5000; ++failures) {
@@ -145,7 +133,7 @@ TEST_F(Memory, ThatEndsAnywhereIsSurvived)
             UseEverything(usage);
             reached = reached || g_untilFailure <= 0;
             g_untilFailure = -1;
-            EXPECT_EQ(::GetLastError(), 0x12345678U) << failures;
+            EXPECT_EQ(::GetLastError(), 0x12345678U) << failures << " is the caller's";
         }
     }
     EXPECT_GT(failures, 50) << "the library needed memory";

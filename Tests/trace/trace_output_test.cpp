@@ -68,7 +68,7 @@ TEST_F(Outputs, ACopyFollowsEverySwitchUntilItEnds)
 {
     const LedAway err(STD_ERROR_HANDLE, _m_folder / L"err");
     const LedAway out(STD_OUTPUT_HANDLE, _m_folder / L"out");
-    EXPECT_TRUE(D_ToAuxStream("err"));
+    EXPECT_TRUE(D_Directive("to_aux_stream@err"));
     Say("1");
     EXPECT_TRUE(D_ToFile(TracePathText()));
     Say("2");
@@ -92,6 +92,7 @@ TEST_F(Outputs, AFileIsContinuedOrBegunAnew)
     const std::string said = "D_Lib: output is switched to file " + TracePathText() + "\n";
     _m_folder.Write(L"x.trace", "old\n");
     EXPECT_TRUE(D_ToFile(TracePathText()));
+    D_ToGeneric(nullptr, nullptr); // a sink that is not the output
     Say("1");
     EXPECT_EQ(ReadBytes(TracePath()), "old\n" + said + "1\n");
     EXPECT_TRUE(D_Directive("to_new_file@" + TracePathText()));
@@ -101,21 +102,18 @@ TEST_F(Outputs, AFileIsContinuedOrBegunAnew)
 
 TEST_F(Outputs, TokensInAFileNameAreReplacedAndAnyNameWillDo)
 {
-    ASSERT_TRUE(D_ToFile(Narrow(_m_folder / L"\u0434\u4E2D \U0001F600<%PID>_<%YEAR>-<%MSEC>.trace")));
+    const std::wstring begin = L"\u0434\u4E2D \U0001F600@";
+    ASSERT_TRUE(D_Directive("to_file@" + Narrow(_m_folder / (begin + L"<%PID>_<%YEAR>-<%MSEC>.trace"))));
     SYSTEMTIME now;
     ::GetLocalTime(&now);
-    const std::wstring begin = L"\u0434\u4E2D \U0001F600" + std::to_wstring(::GetCurrentProcessId()) + L"_" +
-                               std::to_wstring(now.wYear) + L"-";
+    const std::wstring front =
+        begin + std::to_wstring(::GetCurrentProcessId()) + L"_" + std::to_wstring(now.wYear) + L"-";
     int found = 0;
     for (const auto& entry : std::filesystem::directory_iterator(_m_folder.Path())) {
         const std::wstring name = entry.path().filename().wstring();
-        if (!name.ends_with(L".trace"))
-            continue;
-        ++found;
-        EXPECT_TRUE(name.starts_with(begin)) << Narrow(name);
-        EXPECT_EQ(name.size(), begin.size() + std::wcslen(L"000.trace"));
-        EXPECT_EQ(name.find(L'<'), std::wstring::npos);
-        EXPECT_NE(ReadBytes(entry.path().wstring()), "");
+        found += name.starts_with(front) && name.ends_with(L".trace") &&
+                 name.size() == front.size() + std::wcslen(L"000.trace") &&
+                 !ReadBytes(entry.path().wstring()).empty();
     }
     EXPECT_EQ(found, 1);
 }
@@ -135,18 +133,16 @@ TEST_F(Outputs, APlantedFileIsNotWrittenTo)
 }
 
 DWORD g_plantedAttributes = 0;
-BOOL(WINAPI* g_realFacts)(HANDLE, BY_HANDLE_FILE_INFORMATION*) = nullptr;
 
 BOOL WINAPI FactsOfAPlantedFile(HANDLE file, BY_HANDLE_FILE_INFORMATION* facts)
 {
-    const BOOL done = g_realFacts(file, facts);
+    const BOOL done = ImportHook<&FactsOfAPlantedFile>::Original(file, facts);
     facts->dwFileAttributes |= g_plantedAttributes;
     return done;
 }
 
 DWORD g_openFlags = 0;
 bool g_refuseTrace = false;
-decltype(&::CreateFileW) g_realCreate = nullptr;
 
 HANDLE WINAPI WatchedCreate(LPCWSTR name, DWORD access, DWORD share, SECURITY_ATTRIBUTES* security, DWORD how,
                             DWORD flags, HANDLE model)
@@ -154,7 +150,7 @@ HANDLE WINAPI WatchedCreate(LPCWSTR name, DWORD access, DWORD share, SECURITY_AT
     const bool isTrace = std::wstring_view(name).ends_with(L".trace");
     g_openFlags = isTrace ? flags : g_openFlags;
     if (!g_refuseTrace || !isTrace)
-        return g_realCreate(name, access, share, security, how, flags, model);
+        return ImportHook<&WatchedCreate>::Original(name, access, share, security, how, flags, model);
     ::SetLastError(ERROR_ACCESS_DENIED); // as of a deleted file that somebody else still holds open
     return INVALID_HANDLE_VALUE;
 }
@@ -162,10 +158,8 @@ HANDLE WINAPI WatchedCreate(LPCWSTR name, DWORD access, DWORD share, SECURITY_AT
 // The system under test may know no reparse points of files, so the answers about one are made up.
 TEST_F(Outputs, AReparsePointIsOpenedAsItselfAndRefused)
 {
-    const PatchedImport create("CreateFileW", reinterpret_cast<void*>(&WatchedCreate));
-    g_realCreate = create.Original<decltype(g_realCreate)>();
-    const PatchedImport facts("GetFileInformationByHandle", reinterpret_cast<void*>(&FactsOfAPlantedFile));
-    g_realFacts = facts.Original<decltype(g_realFacts)>();
+    const ImportHook<&WatchedCreate> create("CreateFileW");
+    const ImportHook<&FactsOfAPlantedFile> facts("GetFileInformationByHandle");
     g_plantedAttributes = FILE_ATTRIBUTE_REPARSE_POINT;
     EXPECT_FALSE(D_ToFile(TracePathText()));
     g_plantedAttributes = 0;
@@ -174,13 +168,12 @@ TEST_F(Outputs, AReparsePointIsOpenedAsItselfAndRefused)
 }
 
 bool g_diskFull = false;
-decltype(&::WriteFile) g_realWrite = nullptr;
 
 BOOL WINAPI WriteWhereThereIsRoom(HANDLE file, LPCVOID bytes, DWORD size, DWORD* written,
                                   OVERLAPPED* overlapped)
 {
     if (!g_diskFull)
-        return g_realWrite(file, bytes, size, written, overlapped);
+        return ImportHook<&WriteWhereThereIsRoom>::Original(file, bytes, size, written, overlapped);
     *written = 0;
     ::SetLastError(ERROR_DISK_FULL);
     return FALSE;
@@ -188,10 +181,8 @@ BOOL WINAPI WriteWhereThereIsRoom(HANDLE file, LPCVOID bytes, DWORD size, DWORD*
 
 TEST_F(Outputs, AFullDiskCostsTheLinesUntilThereIsRoomAgain)
 {
-    ConfigureQuietly("");
-    ASSERT_TRUE(D_Directive("to_new_file@" + TracePathText()));
-    const PatchedImport write("WriteFile", reinterpret_cast<void*>(&WriteWhereThereIsRoom));
-    g_realWrite = write.Original<decltype(g_realWrite)>();
+    ASSERT_TRUE(D_ToFile(TracePathText()));
+    const ImportHook<&WriteWhereThereIsRoom> write("WriteFile");
     g_diskFull = true;
     ::SetLastError(0x12345678);
     Say("lost");
@@ -220,18 +211,9 @@ TEST_F(Outputs, AFolderThatVanishesIsSurvived)
     EXPECT_TRUE(ReadBytes(folder + L"\\x.trace").ends_with("4\n")) << "the check after 3 puts it there";
 }
 
-TEST_F(Outputs, EndingASinkThatIsNotTheOutputChangesNothing)
-{
-    ASSERT_TRUE(D_ToFile(TracePathText()));
-    D_ToGeneric(nullptr, nullptr);
-    Say("1");
-    EXPECT_EQ(Lines(ReadBytes(TracePath())).back(), "1");
-}
-
 TEST_F(Outputs, AFileThatCannotBeOpenedAfterEmptyingIsTriedAgain)
 {
-    const PatchedImport create("CreateFileW", reinterpret_cast<void*>(&WatchedCreate));
-    g_realCreate = create.Original<decltype(g_realCreate)>();
+    const ImportHook<&WatchedCreate> create("CreateFileW");
     TickJump clock;
     ASSERT_TRUE(D_ToFile(TracePathText()));
     D_Directive("rotation@0@1");

@@ -98,10 +98,8 @@ TEST_F(Rotation, KeepsAsManyOlderFilesAsAskedFor)
 TEST_F(Rotation, CountNoughtEmptiesTheFileAlsoWhenSomebodyReadsIt)
 {
     ASSERT_TRUE(D_Directive("rotation@0@500"));
-    Say(50);
+    Say(57);
     EXPECT_EQ(TraceFiles(), Names{L"x.trace"});
-    EXPECT_LE(ReadBytes(TracePath()).size(), 600U);
-    Say(7);
     EXPECT_EQ(In(L"x.trace").find("[D_Lib"), std::string::npos) << "no header: nothing is continued";
     const CkxFileHandle reader = Hold(L"x.trace", kShareAll);
     ASSERT_TRUE(reader);
@@ -136,17 +134,6 @@ TEST_F(Rotation, AReaderThatForbidsRenamingOnlyPutsItOff)
     Say(2);
     EXPECT_EQ(In(L"x.trace.1"), "0 1 2 3 4 5 6 7 8 9 10 11");
     EXPECT_TRUE(In(L"x.trace").ends_with(" 12"));
-}
-
-TEST_F(Rotation, AReaderThatAllowsRenamingDoesNotMatter)
-{
-    ASSERT_TRUE(D_Directive("rotation@3@500"));
-    const CkxFileHandle reader = Hold(L"x.trace", kShareAll);
-    ASSERT_TRUE(reader);
-    Say(6);
-    EXPECT_EQ(In(L"x.trace.1") + "|" + In(L"x.trace"), "0 1 2 3|[D_Lib: log file 2, continued after:] [" +
-                                                           Narrow(_m_folder / L"x.trace.1").substr(0, 40) +
-                                                           "] 4 5");
 }
 
 TEST_F(Rotation, AnOlderFileThatIsHeldLeavesEverythingInItsPlace)

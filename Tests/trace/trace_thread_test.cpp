@@ -20,20 +20,6 @@ void SayLine(const char* who, int number)
     KXT_OUT(KXT_TRACE, "suppressed");
 }
 
-/// How many lines each writer has written, in order and whole; anything else is an error.
-std::map<std::string, int> Count(const std::vector<std::string>& lines)
-{
-    std::map<std::string, int> next;
-    for (const std::string& line : lines) {
-        if (line.starts_with("D_Lib: ") || line.starts_with("C:\\") || line.empty() || line[0] == '-')
-            continue;
-        const std::string who = line.substr(0, line.find(' '));
-        EXPECT_EQ(line, who + " line " + std::to_string(next[who]) + " of many ");
-        ++next[who];
-    }
-    return next;
-}
-
 TEST_F(Threads, HaveTheirOwnNameDepthAndStack)
 {
     ConfigureQuietly("indent@.@\nprefix@file@@all@<%TNAME>/<%STACK>/<%INDENT>/\n");
@@ -73,29 +59,7 @@ TEST_F(Threads, WithoutFileOperationsForGoodSaySoOnce)
     EXPECT_TRUE(D_ToFile(TracePathText())) << "another thread may";
 }
 
-// --- Lines of many writers.
-
-TEST_F(Threads, EightAtOnceKeepTheirLinesWhole)
-{
-    constexpr int each = 2000;
-    ConfigureQuietly("print@file@@400@off\n");
-    ASSERT_TRUE(D_ToFile(TracePathText()));
-    std::vector<std::thread> threads;
-    for (const char* who : {"1", "2", "3", "4", "5", "6", "7", "8"})
-        threads.emplace_back([who] {
-            for (int i = 0; i < each; ++i)
-                SayLine(who, i);
-            D_ThreadEnds();
-        });
-    for (int i = 0; i < 20; ++i) // while the configuration changes under their feet
-        Configure(i % 2 ? "print@file@@400@off\n" : "stacktrace@off\nprint@file@@400@off\n");
-    for (std::thread& thread : threads)
-        thread.join();
-    const auto counts = Count(Lines(ReadBytes(TracePath())));
-    EXPECT_EQ(counts.size(), 8U);
-    for (const auto& [who, lines] : counts)
-        EXPECT_EQ(lines, each) << who;
-}
+// --- Lines of many processes. Those of many threads are looked at where many refreshes run at once.
 
 constexpr int kEachProcess = 2000;
 
