@@ -40,12 +40,10 @@ TEST(DirectoryTree, PatternsChooseNames)
     const std::pair<const wchar_t*, Names> rows[] = {
         {L"*", all},
         {L"*.*", all},
-        {L"*.txt", {L"B.TXT", L"a.txt", L"\u00C4.txt"}},
         {L"?.TXT", {L"B.TXT", L"a.txt", L"\u00C4.txt"}},
         {L"\u00E4.*", {L"\u00C4.txt"}},
         {L"a*b?.x*", {L"abcabd.x"}},
         {L"*ab*ab*ab*", {}},
-        {L"noext?", {}},
         {L"", {}},
     };
     for (const auto& [pattern, names] : rows)
@@ -102,8 +100,9 @@ TEST(DirectoryTree, RemovesReadOnlyDeepAndLongOnes)
     EXPECT_EQ(CkxDirectoryTree::Remove(tree), c_ok);
     EXPECT_FALSE(CkxFSEntry(tree).Exists());
     EXPECT_EQ(CkxDirectoryTree::Remove(tree), DWORD{ERROR_FILE_NOT_FOUND});
-    EXPECT_EQ(CkxDirectoryTree::Remove(folder.Write(L"file", "").c_str()), DWORD{ERROR_DIRECTORY});
-    EXPECT_TRUE(CkxFSEntry((folder / L"file").c_str()).Exists());
+    const CString other = folder.Write(L"file", "").c_str();
+    EXPECT_EQ(CkxDirectoryTree::Remove(other), DWORD{ERROR_DIRECTORY});
+    EXPECT_TRUE(CkxFSEntry(other).Exists());
 }
 
 TEST(DirectoryTree, RemovalNeverFollowsALink)

@@ -2,6 +2,7 @@
 #include "Common_CPP/path_converter/hard_links.h"
 #include "Common_CPP/path_converter/path_converter.h"
 #include "Common_CPP/util/unique_handle.h"
+#include "Tests/support/failing_import.h"
 #include "Tests/support/temp_folder.h"
 #include "Tools/host/patched_import.h"
 
@@ -93,12 +94,6 @@ FARPROC WINAPI FakeGetProcAddress(HMODULE, const char* name)
     return nullptr;
 }
 
-FARPROC WINAPI NoProcAddress(HMODULE, const char*)
-{
-    ::SetLastError(ERROR_PROC_NOT_FOUND);
-    return nullptr;
-}
-
 } // namespace
 
 TEST(PathConverter, AgreesWithTheSystemOnARealFile)
@@ -117,29 +112,24 @@ TEST(PathConverter, FollowsSubstitutedAndMappedDrives)
     const DefinedDrive substituted(L"T:", L"C:\\windows");
     const DefinedDrive mapped(L"U:", L"\\Device\\LanmanRedirector\\;U:0000000000001234\\server\\share",
                               DDD_RAW_TARGET_PATH);
-    EXPECT_EQ(Converted(CkxPathConverter::ToNt, L"T:\\a\\..\\system32"),
-              Converted(CkxPathConverter::ToNt, L"C:/windows/system32"));
-    EXPECT_EQ(Converted(CkxPathConverter::ToNt, L"U:\\f"), L"\\Device\\Mup\\server\\share\\f");
-    EXPECT_EQ(Converted(CkxPathConverter::ToUnc, L"U:\\f"), L"\\\\server\\share\\f");
-    EXPECT_EQ(Converted(CkxPathConverter::ToDos, L"\\\\SERVER\\share\\f"), L"U:\\f");
-}
 
-TEST(PathConverter, ReportsWhatItCannotConvert)
-{
-    EXPECT_EQ(Converted(CkxPathConverter::ToNt, L"Q:\\f"), L"<1200>");
-    EXPECT_EQ(Converted(CkxPathConverter::ToDos, L"\\\\nobody\\nothing\\f"), L"<2250>");
-    EXPECT_EQ(Converted(CkxPathConverter::ToNt, L""), L"<161>");
-}
+    const struct {
+        Convert convert;
+        const wchar_t* path;
+        std::wstring expected;
+    } rows[] = {
+        {CkxPathConverter::ToNt, L"T:\\a\\..\\system32",
+         Converted(CkxPathConverter::ToNt, L"C:/windows/system32")},
+        {CkxPathConverter::ToNt, L"U:\\f", L"\\Device\\Mup\\server\\share\\f"},
+        {CkxPathConverter::ToUnc, L"U:\\f", L"\\\\server\\share\\f"},
+        {CkxPathConverter::ToDos, L"\\\\SERVER\\share\\f", L"U:\\f"},
+        {CkxPathConverter::ToNt, L"Q:\\f", L"<1200>"},
+        {CkxPathConverter::ToDos, L"\\\\nobody\\nothing\\f", L"<2250>"},
+        {CkxPathConverter::ToNt, L"", L"<161>"},
+    };
 
-TEST(PathConverter, OnlyLongPathsBecomeVerbatim)
-{
-    const CString name(L'n', 200);
-    EXPECT_STREQ(CkxPathConverter::ToSystem(L"dir\\f"), L"dir\\f");
-    EXPECT_STREQ(CkxPathConverter::ToSystem(L"C:\\" + name + L"/.\\" + name),
-                 L"\\\\?\\C:\\" + name + L"\\" + name);
-    EXPECT_STREQ(CkxPathConverter::ToSystem(L"\\\\s\\h\\" + name + L"\\" + name),
-                 L"\\\\?\\UNC\\s\\h\\" + name + L"\\" + name);
-    EXPECT_STREQ(CkxPathConverter::ToSystem(L"\\Device\\Disk1\\f"), L"\\\\?\\GLOBALROOT\\Device\\Disk1\\f");
+    for (const auto& row : rows)
+        EXPECT_EQ(Converted(row.convert, row.path), row.expected) << row.path;
 }
 
 TEST(HardLinks, ListsAllNamesWithTheirVolume)
@@ -161,25 +151,27 @@ TEST(HardLinks, TellsWhatItCannotList)
     const TempFolder folder;
     const std::wstring path = folder.Write(L"file.txt", "x");
 
+    void* const none = reinterpret_cast<void*>(&Fail<0, ERROR_PROC_NOT_FOUND>);
+    void* const fake = reinterpret_cast<void*>(&FakeGetProcAddress);
     const std::vector<CString> kept{L"kept"};
     const std::vector<CString> given{path.c_str()};
 
     const struct {
         const char* why;
-        FARPROC(WINAPI* lookUp)(HMODULE, const char*);
+        void* lookUp;
         DWORD firstError;
         std::wstring path;
         DWORD error;
         std::vector<CString> names;
     } rows[] = {
-        {"old system", NoProcAddress, 0, path, ERROR_NOT_SUPPORTED, given},
-        {"other file system", FakeGetProcAddress, ERROR_INVALID_FUNCTION, path, ERROR_NOT_SUPPORTED, given},
-        {"no access", FakeGetProcAddress, ERROR_ACCESS_DENIED, path, ERROR_ACCESS_DENIED, kept},
-        {"no file", NoProcAddress, 0, path + L"x", ERROR_FILE_NOT_FOUND, kept},
+        {"old system", none, 0, path, ERROR_NOT_SUPPORTED, given},
+        {"other file system", fake, ERROR_INVALID_FUNCTION, path, ERROR_NOT_SUPPORTED, given},
+        {"no access", fake, ERROR_ACCESS_DENIED, path, ERROR_ACCESS_DENIED, kept},
+        {"no file", none, 0, path + L"x", ERROR_FILE_NOT_FOUND, kept},
     };
 
     for (const auto& row : rows) {
-        const PatchedImport patch("GetProcAddress", reinterpret_cast<void*>(row.lookUp));
+        const PatchedImport patch("GetProcAddress", row.lookUp);
         g_firstError = row.firstError;
         std::vector<CString> names = kept;
         EXPECT_EQ(CkxHardLinks::Find(row.path.c_str(), names), row.error) << row.why;

@@ -90,7 +90,6 @@ const ConvertRow c_convertRows[] = {
     {"name begins like another's", L"\\Device\\Disk10\\d", L"\\Device\\Disk10\\d", L"D:\\d", L"-"},
     {"device without letter", L"\\Device\\Disk2\\d", L"\\Device\\Disk2\\d", L"?", L"-"},
     {"only substituted", L"\\Device\\Disk3\\M\\f", L"\\Device\\Disk3\\M\\f", L"H:\\f", L"-"},
-    {"substituted", L"E:\\f", L"\\Device\\Disk1\\work\\f", L"E:\\f", L"-"},
     {"the disk goes before it", L"\\Device\\Disk1\\work\\f", L"\\Device\\Disk1\\work\\f", L"C:\\work\\f",
      L"-"},
     {"substituted twice", L"F:\\f", L"\\Device\\Disk1\\work\\deep\\f", L"F:\\f", L"-"},
@@ -105,7 +104,6 @@ const ConvertRow c_convertRows[] = {
     {"volume's name", L"\\\\?\\Volume{1}\\x", L"\\Device\\Disk3\\x", L"?", L"-"},
     {"relative", L"d\\f", L"!", L"!", L"!"},
     {"root of a device", L"\\Device\\Disk1", L"\\Device\\Disk1", L"C:\\", L"-"},
-    {"mapped", L"Z:\\f", L"\\Device\\Mup\\s\\h\\f", L"Z:\\f", L"\\\\s\\h\\f"},
     {"no such drive", L"Q:\\f", L"?", L"Q:\\f", L"?"},
     {"drives that stand for each other", L"L:\\f", L"@", L"L:\\f", L"@"},
 };
