@@ -1,6 +1,5 @@
 // Policy sets pushed by a component of the agent: the shipped module's export, called as LocalSystem or not.
 
-#include "Tests/support/failing_import.h"
 #include "Tests/support/hook.h"
 #include "Tests/support/refresh_fixture.h"
 #include "Tests/support/xml_meaning.h"
@@ -95,8 +94,6 @@ TEST_F(AppendedUpdate, SetsArriveInOrderAndAFaultyOneHarmsNoOther)
     WIN32_FIND_DATAW dump;
     const std::wstring dumps = _m_folder / L"Trace\\GP * NT AUTHORITY_SYSTEM.xml";
     EXPECT_TRUE(CkxFindHandle(::FindFirstFileW(dumps.c_str(), &dump)));
-    // The test's end removes no long paths.
-    std::filesystem::rename(L"\\\\?\\" + (_m_folder / longFolder), _m_folder / L"short");
 }
 
 TEST_F(AppendedUpdate, ASetThatCannotBeReadEndsIt)
@@ -269,14 +266,6 @@ TEST_F(AppendedUpdate, FilesAreReadAsTheUserAndAMachinesAsTheCaller)
         EXPECT_THAT(meaning, HasSubstr(user ? " SID=\"S-1-5-21-" : " SID=\"S-1-5-18\""));
         EXPECT_THAT(meaning, HasSubstr(user ? " userScope=\"true\"" : " userScope=\"false\""));
     }
-}
-
-TEST_F(AppendedUpdate, TheTestingExportDoesNothing)
-{
-    const auto call = reinterpret_cast<DWORD(WINAPI*)()>(
-        reinterpret_cast<void*>(::GetProcAddress(_m_extension.Get(), "ProcessAppendedUpdateTestW")));
-    EXPECT_EQ(TraceOf([&] { EXPECT_EQ(call(), 0U); }), "");
-    EXPECT_FALSE(_m_agent.WaitForMessage(0));
 }
 
 } // namespace

@@ -17,7 +17,6 @@ namespace {
 using testing::HasSubstr;
 using testing::Not;
 
-constexpr DWORD kUser = 0;
 constexpr const char* kGoodCommand = "<AgentParameters version='1' setId='{set}' dispatcherUrl='https://d'/>";
 constexpr std::string_view kPassword = "open-sesame-and-more-than-a-short-string-holds";
 
@@ -36,14 +35,6 @@ class Migration : public RefreshFixture {
         return "<AgentParameters version='5' setId='{set}' dispatcherUrl='https://d' proxyUser='corp\\proxy' "
                "proxyPassword='" +
                std::string(kPassword) + "'/>";
-    }
-
-    // The only document in the trace folder.
-    std::string DumpedDocument() const
-    {
-        WIN32_FIND_DATAW found{};
-        const CkxFindHandle search(::FindFirstFileW((_m_folder / L"Trace\\GP *.xml").c_str(), &found));
-        return search ? ReadBytes(_m_folder / L"Trace\\" + found.cFileName) : "";
     }
 };
 
@@ -134,7 +125,9 @@ TEST_F(Migration, NobodySeesThePassword)
     AddGpo(kGpoA, SecretCommand().c_str());
     EXPECT_EQ(Refresh(kUser), 0U);
     EXPECT_THAT(ReceivedMeaning(), HasSubstr("proxyPassword=\"" + std::string(kPassword) + "\""));
-    const std::string dump = DumpedDocument();
+    WIN32_FIND_DATAW found{};
+    const CkxFindHandle search(::FindFirstFileW((_m_folder / L"Trace\\GP *.xml").c_str(), &found));
+    const std::string dump = ReadBytes(_m_folder / L"Trace\\" + found.cFileName);
     EXPECT_EQ(XmlMeaning(std::wstring(dump.begin(), dump.end())),
               XmlMeaning(L"<AgentParameters setId='{set}' dispatcherUrl='https://d' proxyUser='corp\\proxy' "
                          L"proxyPassword='...'/>"));
@@ -142,8 +135,7 @@ TEST_F(Migration, NobodySeesThePassword)
     EXPECT_THAT(Trace(), Not(HasSubstr(std::string(kPassword))));
 }
 
-// ---- what the module gives back to the system ---------------------------------------------------------
-
+// What the module gives back to the system.
 std::atomic<int> g_given;
 std::atomic<int> g_withPassword;
 

@@ -1,80 +1,154 @@
 // What the agent gets of a GPO when the parser fails on the way: nothing of the failed step, all of what came
 // before it, and the other GPOs as if nothing had happened.
 
-#include "Tests/support/parser_faults.h"
+#include "Common_CPP/xml/xml.h"
+#include "Tests/support/hook.h"
 #include "Tests/support/refresh_fixture.h"
 #include "Tests/support/scripted_targeting.h"
 #include "Tools/host/appended_call.h"
 
 #include <gmock/gmock.h>
 
-#include <regex>
-
 namespace {
 
 using testing::HasSubstr;
 using testing::Not;
 
-class ParserFaultsTest : public RefreshFixture {
-  protected:
-    // A GPO with one of each file, and policies of these names.
-    CkxListedGpo MakeFullGpo(const wchar_t* name, const std::string& policies)
+// The one call that the parser refuses: its kind and the name of its subject, or how that begins.
+std::wstring g_refused;
+
+bool Refuses(const std::wstring& call)
+{
+    const bool refuses = !g_refused.empty() && call.starts_with(g_refused);
+    if (refuses)
+        g_refused.clear();
+    return refuses;
+}
+
+// With a bracket behind it, so that it is not the beginning of another name.
+std::wstring NameOf(IXMLDOMNode* node)
+{
+    CComBSTR name;
+    return node && node->get_nodeName(&name) == S_OK ? std::wstring(name.m_str) + L'>' : L"";
+}
+
+HRESULT STDMETHODCALLTYPE AppendChild(IXMLDOMNode* self, IXMLDOMNode* child, IXMLDOMNode** added)
+{
+    return Refuses(L"append " + NameOf(child)) ? E_FAIL
+                                               : SlotHook<&AppendChild>::Original(self, child, added);
+}
+
+HRESULT STDMETHODCALLTYPE SetAttribute(IXMLDOMElement* self, BSTR name, VARIANT value)
+{
+    return Refuses(std::wstring(L"set ") + name) ? E_FAIL
+                                                 : SlotHook<&SetAttribute>::Original(self, name, value);
+}
+
+HRESULT STDMETHODCALLTYPE GetXml(IXMLDOMNode* self, BSTR* xml)
+{
+    return Refuses(L"text of " + NameOf(self)) ? E_FAIL : SlotHook<&GetXml>::Original(self, xml);
+}
+
+HRESULT STDMETHODCALLTYPE LoadXml(IXMLDOMDocument* self, BSTR xml, VARIANT_BOOL* done)
+{
+    return Refuses(std::wstring(L"load ") + xml) ? E_FAIL : SlotHook<&LoadXml>::Original(self, xml, done);
+}
+
+HRESULT STDMETHODCALLTYPE CreateElement(IXMLDOMDocument* self, BSTR name, IXMLDOMElement** element)
+{
+    return Refuses(L"create " + std::wstring(name) + L'>')
+               ? E_FAIL
+               : SlotHook<&CreateElement>::Original(self, name, element);
+}
+
+// While it lives, the parser asks Refuses. REQUIRES: a thread with COM.
+class ParserFaults {
+    // An element and a document of the classes that the calls are made on.
+    static CComPtr<IXMLDOMElement> _Element()
     {
-        const CkxListedGpo gpo = MakeGpo(name, {});
-        WritePolicyFile(name, L"Policies.xml", "<GpoPolicies version='5'>" + policies + "</GpoPolicies>");
-        for (const std::string file : {"ApplicationGroups", "Tokens", "RestrictionRules", "GUI"})
-            WritePolicyFile(name, std::wstring(file.begin(), file.end()) + L".xml",
-                            "<" + file + " version='5'/>");
-        return gpo;
+        CkxXMLDocument parsed;
+        CkxXMLNode element;
+        CComPtr<IXMLDOMElement> found;
+        if (parsed.Load(CString(L"<e/>")) && parsed.GetFirstChild(L"e", element))
+            (void)element.Get()->QueryInterface(&found);
+        return found;
     }
 
-    // What arrived, in short: elements below a GPO, policies by their names.
-    std::string ReceivedElements()
+    CComPtr<IXMLDOMDocument> _Document() const
     {
-        const std::string meaning = ReceivedMeaning();
-        std::string elements;
-        const std::regex line("\n {6,}(?:Policy name=\"([^\"]*)\"|(\\w+))");
-        for (std::sregex_iterator found(meaning.begin(), meaning.end(), line), end; found != end; ++found)
-            elements += (elements.empty() ? "" : " ") + (*found)[1].str() + (*found)[2].str();
-        return elements;
+        CComPtr<IXMLDOMDocument> document;
+        (void)_m_element->get_ownerDocument(&document);
+        return document;
     }
+
+    // With the methods' places in the tables, IUnknown's and IDispatch's counted.
+    CComPtr<IXMLDOMElement> _m_element = _Element();
+    CComPtr<IXMLDOMDocument> _m_document = _Document();
+    SlotHook<&AppendChild> _m_appendChild{_m_element.p, 21U};
+    SlotHook<&GetXml> _m_getXml{_m_element.p, 34U};
+    SlotHook<&SetAttribute> _m_setAttribute{_m_element.p, 45U};
+    SlotHook<&CreateElement> _m_createElement{_m_document.p, 47U};
+    SlotHook<&LoadXml> _m_loadXml{_m_document.p, 65U};
+};
+
+class ParserFaultsTest : public RefreshFixture {
+  protected:
+    /// A GPO with one of each file, and a targeted policy of that name.
+    CkxListedGpo MakeFullGpo(const wchar_t* gpo, const std::string& policy) const
+    {
+        const CkxListedGpo made = MakePolicies(
+            gpo, "<Policy name='" + policy + "' order='1'><ItemLevelTargeting answer='match'/></Policy>");
+        for (const std::string file : {"ApplicationGroups", "Tokens", "RestrictionRules", "GUI"})
+            WritePolicyFile(gpo, std::wstring(file.begin(), file.end()) + L".xml",
+                            "<" + file + " version='5'/>");
+        return made;
+    }
+
+    /// What arrived, in short: elements below a GPO, policies by their names.
+    std::string ReceivedElements() { return ReceivedParts("\n {6,8}(?:Policy name=\"([^\"]*)\"|(\\w+))"); }
+
+    const ScriptedTargeting _m_targeting;
 };
 
 TEST_F(ParserFaultsTest, AFailedMergeEndsItsGpoOnly)
 {
-    constexpr const char* whole = "Policies b ApplicationGroups Tokens RestrictionRules GUI";
+    const std::string whole = "Policies a ApplicationGroups Tokens RestrictionRules GUI";
 
     const struct {
         const wchar_t* call;
-        const char* elements; // of the first GPO
+        std::string elements; ///< of the first GPO
         const char* trace;
     } rows[] = {
-        {L"GPO", "", "ERROR: Failed to add <GPO> element for GPO GPO A"},
-        {L"@name", "", "ERROR: SetAttribute(name) failed for <GPO> GPO A"},
-        {L"@displayName", "", "ERROR: SetAttribute(displayName) failed for <GPO> GPO A"},
-        {L"@precedence", "", "ERROR: SetAttribute(Precedence) failed for <GPO> GPO A"},
-        {L"new Policies", "", "ERROR: AddChild(<Policies>) failed. GPO GPO A"},
-        {L"Policies", "", "ERROR: AddChild(<Policies>) failed. GPO GPO A"},
-        {L"Policy", "Policies ", "ERROR: AddChild(<Policy>) failed. GPO GPO A"},
-        {L"@order", "Policies ", "ERROR: Failed to set 'order' attribute to policy in GPO [GPO A]."},
-        {L"ApplicationGroups", "Policies a ", "ERROR: AddChild(<ApplicationGroups>) failed. GPO GPO A"},
-        {L"Tokens", "Policies a ApplicationGroups ", "ERROR: AddChild(<Tokens>) failed. GPO GPO A"},
-        {L"RestrictionRules", "Policies a ApplicationGroups Tokens ",
+        {L"append GPO>", "", "ERROR: Failed to add <GPO> element for GPO GPO A"},
+        {L"set name", "", "ERROR: SetAttribute(name) failed for <GPO> GPO A"},
+        {L"set displayName", "", "ERROR: SetAttribute(displayName) failed for <GPO> GPO A"},
+        {L"set precedence", "", "ERROR: SetAttribute(Precedence) failed for <GPO> GPO A"},
+        {L"create Policies>", "", "ERROR: AddChild(<Policies>) failed. GPO GPO A"},
+        {L"append Policy>", "Policies ", "ERROR: AddChild(<Policy>) failed. GPO GPO A"},
+        {L"set order", "Policies ", "ERROR: Failed to set 'order' attribute to policy in GPO [GPO A]."},
+        {L"append ApplicationGroups>", "Policies a ",
+         "ERROR: AddChild(<ApplicationGroups>) failed. GPO GPO A"},
+        {L"append Tokens>", "Policies a ApplicationGroups ", "ERROR: AddChild(<Tokens>) failed. GPO GPO A"},
+        {L"append RestrictionRules>", "Policies a ApplicationGroups Tokens ",
          "ERROR: AddChild(<RestrictionRules>) failed. GPO GPO A"},
-        {L"GUI", "Policies a ApplicationGroups Tokens RestrictionRules ",
+        {L"append GUI>", "Policies a ApplicationGroups Tokens RestrictionRules ",
          "ERROR: AddChild(<GUI>) failed. GPO GPO A"},
+        // Targeting that cannot be asked lets through.
+        {L"text of ItemLevelTargeting>", whole + " ", "ERROR: Failed to get text of ItemLevelTargeting node"},
+        {L"load <?xml", whole + " ", "ERROR: Failed to load ILT registry policy"},
     };
 
-    ParserFaults faults;
+    const ParserFaults faults;
     for (const auto& row : rows) {
-        const std::string why(row.call, row.call + std::wcslen(row.call));
-        _m_changed.Add(MakeFullGpo(kGpoA, "<Policy name='a' order='1'/>"));
-        _m_changed.Add(MakeFullGpo(kGpoB, "<Policy name='b' order='1'/>"));
-        faults.Refuse(row.call);
-        EXPECT_EQ(Refresh(0), 0U) << why;
-        EXPECT_TRUE(faults.HasRefused()) << why;
-        EXPECT_EQ(ReceivedElements(), row.elements + std::string(whole)) << why;
-        EXPECT_THAT(Trace(), HasSubstr(row.trace)) << why;
+        SCOPED_TRACE(row.trace);
+        _m_changed.Add(MakeFullGpo(kGpoA, "a"));
+        _m_changed.Add(MakeFullGpo(kGpoB, "b"));
+        g_refused = row.call;
+        EXPECT_EQ(Refresh(0), 0U);
+        EXPECT_EQ(g_refused, L"") << "that call never came";
+        EXPECT_EQ(ReceivedElements(),
+                  row.elements + "Policies b ApplicationGroups Tokens RestrictionRules GUI");
+        EXPECT_THAT(Trace(), HasSubstr(row.trace));
     }
 }
 
@@ -83,74 +157,43 @@ TEST_F(ParserFaultsTest, WithoutAFrameNothingIsSent)
     constexpr const char* noFrame =
         "ERROR: MsXml error. Failed to add <ChangedGPOs> and <DeletedGPOs> XML elements.";
 
+    enum Kind { Update, Migration, Appended };
+
     const struct {
         const wchar_t* call;
-        bool migration;
+        Kind kind;
         const char* trace;
     } rows[] = {
-        {L"new GPUpdate", false, noFrame},
-        {L"ChangedGPOs", false, noFrame},
-        {L"DeletedGPOs", false, noFrame},
-        {L"new AgentParameters", true, "ERROR: Failed to create <AgentParameters> root element"},
-        {L"@setId", true, "ERROR: Failed to set 'setId' attribute of the <AgentParameters> element to {set}"},
-        {L"@proxyPassword", true,
+        {L"create GPUpdate>", Update, noFrame},
+        {L"append ChangedGPOs>", Update, noFrame},
+        {L"append DeletedGPOs>", Update, noFrame},
+        {L"create AgentParameters>", Migration, "ERROR: Failed to create <AgentParameters> root element"},
+        {L"set setId", Migration,
+         "ERROR: Failed to set 'setId' attribute of the <AgentParameters> element to {set}"},
+        {L"set proxyPassword", Migration,
          "ERROR: Failed to set 'proxyPassword' attribute of the <AgentParameters> element.\n"},
+        {L"set appended", Appended, ""},
+        {L"set deleteAllAppended", Appended, "ERROR: Failed to set 'deleteAllAppended' attribute."},
     };
 
-    ParserFaults faults;
+    const LocalSystemCaller caller(_m_extension.Get());
+    const ParserFaults faults;
     for (const auto& row : rows) {
-        _m_changed.Add(MakeFullGpo(kGpoA, "<Policy name='a' order='1'/>"));
-        if (row.migration)
+        SCOPED_TRACE(row.trace);
+        const kx::AppendedUpdate request = {nullptr, 0, 1, {}, nullptr};
+        _m_changed.Add(MakeFullGpo(kGpoA, "a"));
+        if (row.kind == Migration)
             WritePolicyFile(kGpoA, L"Migration.xml",
                             "<AgentParameters version='5' setId='{set}' dispatcherUrl='https://d' "
                             "proxyUser='u' proxyPassword='open sesame'/>");
-        faults.Refuse(row.call);
-        EXPECT_EQ(Refresh(0), static_cast<DWORD>(ERROR_XML_PARSE_ERROR)) << row.trace;
-        EXPECT_TRUE(faults.HasRefused()) << row.trace;
-        EXPECT_FALSE(_m_agent.WaitForMessage(0)) << row.trace;
+        g_refused = row.call;
+        EXPECT_EQ(row.kind == Appended ? CallAppendedUpdate(_m_extension.Get(), &request) : Refresh(0),
+                  static_cast<DWORD>(ERROR_XML_PARSE_ERROR));
+        EXPECT_EQ(g_refused, L"") << "that call never came";
+        EXPECT_FALSE(_m_agent.WaitForMessage(0));
         EXPECT_THAT(Trace(), HasSubstr(row.trace));
     }
     EXPECT_THAT(Trace(), Not(HasSubstr("open sesame")));
-}
-
-TEST_F(ParserFaultsTest, AppendedSetsAreSentMarkedOrNotAtAll)
-{
-    const LocalSystemCaller caller(_m_extension.Get());
-    ParserFaults faults;
-    for (const wchar_t* const call : {L"@appended", L"@deleteAllAppended"}) {
-        const kx::AppendedUpdate request = {nullptr, 0, 1, {}, nullptr};
-        faults.Refuse(call);
-        EXPECT_EQ(CallAppendedUpdate(_m_extension.Get(), &request),
-                  static_cast<DWORD>(ERROR_XML_PARSE_ERROR));
-        EXPECT_TRUE(faults.HasRefused());
-        EXPECT_FALSE(_m_agent.WaitForMessage(0));
-    }
-    EXPECT_THAT(Trace(), HasSubstr("ERROR: Failed to set 'deleteAllAppended' attribute."));
-}
-
-TEST_F(ParserFaultsTest, TargetingThatCannotBeAskedLetsThrough)
-{
-    ScriptedTargeting scripted;
-
-    const struct {
-        const wchar_t* call;
-        const char* trace;
-    } rows[] = {
-        {L"xml ItemLevelTargeting", "ERROR: Failed to get text of ItemLevelTargeting node"},
-        {L"load <?xml", "ERROR: Failed to load ILT registry policy"},
-        {L"spoil ItemLevelTargeting", "ERROR: Failed to load ILT registry policy"},
-    };
-
-    ParserFaults faults;
-    for (const auto& row : rows) {
-        _m_changed.Add(
-            MakeFullGpo(kGpoA, "<Policy name='a' order='1'><ItemLevelTargeting answer='none'/></Policy>"));
-        faults.Refuse(row.call);
-        EXPECT_EQ(Refresh(0), 0U);
-        EXPECT_TRUE(faults.HasRefused()) << row.trace;
-        EXPECT_THAT(ReceivedElements(), HasSubstr("Policies a")) << row.trace;
-        EXPECT_THAT(Trace(), HasSubstr(row.trace));
-    }
 }
 
 } // namespace

@@ -8,33 +8,20 @@
 
 #include <gmock/gmock.h>
 
-#include <psapi.h>
-
 #include <filesystem>
-#include <functional>
 
 namespace {
 
 using testing::HasSubstr;
 using testing::Not;
 
-constexpr DWORD kUser = 0;
+constexpr ULONGLONG kTime = 133000000000000000;
 
-// While it lives, every dump has the same time, and so the same name.
-class StandingClock {
-  public:
-    explicit StandingClock(HMODULE module) : _m_clock(module, "GetSystemTimeAsFileTime") {}
-
-    static constexpr ULONGLONG c_time = 133000000000000000;
-
-  private:
-    static void WINAPI _Now(FILETIME* now)
-    {
-        *now = {static_cast<DWORD>(c_time), static_cast<DWORD>(c_time >> 32)};
-    }
-
-    ImportHook<&_Now> _m_clock;
-};
+// Gives every dump the same time, and so the same name.
+void WINAPI StandStill(FILETIME* now)
+{
+    *now = {static_cast<DWORD>(kTime), static_cast<DWORD>(kTime >> 32)};
+}
 
 class PlantedFiles : public RefreshFixture {
   protected:
@@ -49,37 +36,18 @@ class PlantedFiles : public RefreshFixture {
 
     void Load() { ASSERT_EQ(_m_extension.Load((_m_folder / L"kx_gpext.dll").c_str()), 0U); }
 
-    /// Another name for the precious file.
-    void PlantLink(const std::wstring& name) const
-    {
-        const std::wstring link = _m_folder / name;
-        std::filesystem::create_directories(std::filesystem::path(link).parent_path());
-        ASSERT_TRUE(::CreateHardLinkW(link.c_str(), _m_precious.c_str(), nullptr)) << ::GetLastError();
-    }
-
     /// Gives the policy an item-level targeting that matches.
     void TargetThePolicy() const
     {
-        WritePolicyFile(kGpoA, L"Policies.xml",
-                        "<GpoPolicies version='5'><Policy name='p' order='7'><ItemLevelTargeting "
-                        "answer='match'/></Policy></GpoPolicies>");
+        (void)MakePolicies(kGpoA, "<Policy order='7'><ItemLevelTargeting answer='match'/></Policy>");
     }
 
     /// A refresh delivers as if nothing was planted.
-    void ExpectDelivery(const char* why)
+    void ExpectDelivery()
     {
         _m_changed.Add(_m_gpo);
-        EXPECT_EQ(Refresh(kUser), 0U) << why;
-        EXPECT_THAT(ReceivedMeaning(), HasSubstr("order=\"7\"")) << why;
-    }
-
-    [[nodiscard]] std::size_t FilesElsewhere() const
-    {
-        std::size_t count = 0;
-        for ([[maybe_unused]] const auto& entry :
-             std::filesystem::recursive_directory_iterator(_m_folder / L"elsewhere"))
-            ++count;
-        return count;
+        EXPECT_EQ(Refresh(kUser), 0U);
+        EXPECT_THAT(ReceivedMeaning(), HasSubstr("order=\"7\""));
     }
 
     const DumpSwitch _m_dumps;
@@ -95,58 +63,54 @@ std::wstring DumpName()
     wchar_t machine[256] = L"";
     size = ARRAYSIZE(machine);
     ::GetComputerNameW(machine, &size);
-    return L"Trace\\GP " + std::to_wstring(StandingClock::c_time) + L" " + machine + L"_" + user + L".xml";
+    return L"Trace\\GP " + std::to_wstring(kTime) + L" " + machine + L"_" + user + L".xml";
 }
 
 // Everybody may create files in the trace folder; the targeting's folder is the service's, but was somebody
 // else there first?
 TEST_F(PlantedFiles, NothingIsWrittenThroughAPlantedName)
 {
-    const auto link = [this](const std::wstring& name) { return [this, name] { PlantLink(name); }; };
-    const auto folder = [this](const std::wstring& name) {
-        return [this, name] { std::filesystem::create_directories(_m_folder / (name + L"\\x")); };
-    };
-    const auto file = [this](const wchar_t* name) {
-        return [this, name] { _m_folder.Write(name, "planted"); };
-    };
+    enum Kind { Link, Folder, File };
 
     const struct {
-        const char* why;
-        std::function<void()> plant;
+        Kind kind; ///< Link: another name of a precious file
+        std::wstring name;
     } rows[] = {
-        {"the trace file is another name of a file", link(L"Trace\\kx_gpext.trace")},
-        {"the trace file is a folder", folder(L"Trace\\kx_gpext.trace")},
-        {"the rotated file is another name of a file", link(L"Trace\\kx_gpext.trace.1")},
-        {"the rotated file is a folder", folder(L"Trace\\kx_gpext.trace.1")},
-        {"the dump is another name of a file", link(DumpName())},
-        {"the dump is a folder", folder(DumpName())},
-        {"the trace folder is a file", file(L"Trace")},
-        {"the targeting's settings are another name of a file",
-         link(L"tmp\\Preferences\\Registry\\Registry.xml")},
-        {"the targeting's folder is a file", file(L"tmp")},
+        {Link, L"Trace\\kx_gpext.trace"},
+        {Folder, L"Trace\\kx_gpext.trace"},
+        {Link, L"Trace\\kx_gpext.trace.1"},
+        {Folder, L"Trace\\kx_gpext.trace.1"},
+        {Link, DumpName()},
+        {Folder, DumpName()},
+        {File, L"Trace"},
+        {Link, L"tmp\\Preferences\\Registry\\Registry.xml"},
+        {File, L"tmp"},
     };
 
     const ScriptedTargeting targeting;
     TargetThePolicy();
+    {
+        const ImportHook<&StandStill> clock(_m_extension.Get(), "GetSystemTimeAsFileTime");
+        ExpectDelivery();
+        EXPECT_THAT(ReadBytes(_m_folder / DumpName()), HasSubstr("order=\"7\"")) << "the name below";
+    }
     _m_folder.Write(L"kx_gpext.cfg", "rotation@1@500\n");
     for (const auto& row : rows) {
+        SCOPED_TRACE(testing::PrintToString(row.name) + (row.kind == Folder ? " is a folder" : ""));
         Unload();
         std::filesystem::remove_all(_m_folder / L"Trace");
         std::filesystem::remove_all(_m_folder / L"tmp");
-        row.plant();
+        const std::wstring path = _m_folder / row.name;
+        std::filesystem::create_directories(std::filesystem::path(path).parent_path());
+        if (row.kind == Link)
+            ASSERT_TRUE(::CreateHardLinkW(path.c_str(), _m_precious.c_str(), nullptr)) << ::GetLastError();
+        else
+            _m_folder.Write(row.name + (row.kind == Folder ? L"\\x" : L""), "planted");
         Load();
-        const StandingClock clock(_m_extension.Get());
-        ExpectDelivery(row.why);
-        EXPECT_EQ(ReadBytes(_m_precious), "precious") << row.why;
+        const ImportHook<&StandStill> clock(_m_extension.Get(), "GetSystemTimeAsFileTime");
+        ExpectDelivery();
+        EXPECT_EQ(ReadBytes(_m_precious), "precious");
     }
-}
-
-TEST_F(PlantedFiles, ADumpIsWrittenWhereNothingIsPlanted)
-{
-    const StandingClock clock(_m_extension.Get());
-    ExpectDelivery("nothing planted");
-    EXPECT_THAT(ReadBytes(_m_folder / DumpName()), HasSubstr("order=\"7\""))
-        << "the name that the other test plants";
 }
 
 TEST_F(PlantedFiles, ATraceFolderThatLeadsElsewhereTakesNothing)
@@ -162,13 +126,12 @@ TEST_F(PlantedFiles, ATraceFolderThatLeadsElsewhereTakesNothing)
         const FolderLink link(_m_folder / L"Trace", _m_folder / L"elsewhere");
         if (!onlyOnceLoaded)
             Load();
-        ExpectDelivery("a link");
-        EXPECT_EQ(FilesElsewhere(), 1U) << "the precious one";
+        ExpectDelivery();
+        const std::filesystem::recursive_directory_iterator elsewhere(_m_folder / L"elsewhere");
+        EXPECT_EQ(std::distance(begin(elsewhere), end(elsewhere)), 1) << "the precious one";
         Unload();
     }
 }
-
-// ---- the user's drive letters -------------------------------------------------------------------------
 
 // A system with device names, where K: is one folder for the service and another for a thread that wears the
 // user's identity, who may say where his letters lead.
@@ -238,23 +201,6 @@ TEST_F(PlantedFiles, TheUsersDriveLettersDoNotDecideWhereAPolicyIsReadFrom)
     EXPECT_THAT(meaning, Not(HasSubstr("666")));
 }
 
-// ---- where modules and files are looked for -----------------------------------------------------------
-
-std::vector<std::wstring> LoadedModules()
-{
-    std::vector<HMODULE> modules(1024);
-    DWORD size = 0;
-    ::K32EnumProcessModules(::GetCurrentProcess(), modules.data(),
-                            static_cast<DWORD>(modules.size() * sizeof(HMODULE)), &size);
-    std::vector<std::wstring> paths;
-    for (std::size_t i = 0; i < size / sizeof(HMODULE) && i < modules.size(); ++i) {
-        wchar_t path[1024] = L"";
-        ::GetModuleFileNameW(modules[i], path, ARRAYSIZE(path));
-        paths.emplace_back(path);
-    }
-    return paths;
-}
-
 TEST_F(PlantedFiles, NothingIsTakenFromTheCurrentOrTheTemporaryFolder)
 {
     const std::wstring planted = _m_folder / L"planted";
@@ -289,14 +235,14 @@ TEST_F(PlantedFiles, NothingIsTakenFromTheCurrentOrTheTemporaryFolder)
         ::SetEnvironmentVariableW(variable, planted.c_str());
     Load();
     TargetThePolicy();
-    ExpectDelivery("planted folder");
+    ExpectDelivery();
     CkxListedGpo homeless = _m_gpo;
     homeless.folder.clear();
     _m_changed.Add(homeless);
     EXPECT_EQ(Refresh(kUser), 0U);
     EXPECT_THAT(ReceivedMeaning(), Not(HasSubstr("planted"))) << "a GPO without a folder";
-    for (const std::wstring& module : LoadedModules())
-        EXPECT_EQ(module.find(L"\\planted\\"), std::wstring::npos) << module;
+    for (const wchar_t* const name : modules)
+        EXPECT_FALSE(::GetModuleHandleW((planted + L"\\" + name).c_str())) << name;
     ::SetCurrentDirectoryW(before);
     for (const wchar_t* const variable : {L"TEMP", L"TMP"})
         ::SetEnvironmentVariableW(variable, temp);

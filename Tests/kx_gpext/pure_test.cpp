@@ -1,10 +1,6 @@
-// The extension's pure parts: order arithmetic, message length, names and texts.
+// The extension's pure parts: names and texts. Numbers are checked by the fuzz target order_fuzz.
 
 #include "Agent/engine/kx_gpext/gp_flags_text.h"
-#include "Agent/engine/kx_gpext/gpo_index.h"
-#include "Agent/engine/kx_gpext/pipe_message.h"
-#include "Agent/engine/kx_gpext/policy_order.h"
-#include "Agent/engine/kx_gpext/targeting_verdict.h"
 #include "Tools/host/update_message.h"
 
 #include <gtest/gtest.h>
@@ -12,46 +8,6 @@
 #include <vector>
 
 namespace {
-
-TEST(PolicyOrder, PutsEachGpoInItsBand)
-{
-    const struct {
-        const char* why;
-        std::int32_t order;
-        std::uint32_t count, precedence;
-        bool machine;
-        std::int32_t expected;
-    } rows[] = {
-        {"first of three", 7, 3, 1, false, 200007},
-        {"last of three", 7, 3, 3, false, 7},
-        {"machine default", kx::kDefaultOrder, 1, 1, true, 1500000000},
-        {"an order of a band or more runs into the next GPO's", 100000, 2, 2, false, 100000},
-        {"negative orders sink", -5, 2, 1, false, 99995},
-        {"wraps above", 2147483647, 1, 1, true, -1147483649},
-        {"precedence beyond the count wraps below", 0, 1, 2, false, -100000},
-    };
-
-    for (const auto& row : rows)
-        EXPECT_EQ(kx::GlobalOrder(row.order, row.count, row.precedence, row.machine), row.expected)
-            << row.why;
-}
-
-TEST(Targeting, ExcludesOnlyWhereTheMarkerIsClearlyMissing)
-{
-    using Verdict = kx::TargetingVerdict;
-    EXPECT_EQ(kx::TargetingVerdictOf(0), Verdict::Allowed);
-    EXPECT_EQ(kx::TargetingVerdictOf(2), Verdict::Excluded);
-    for (const std::uint32_t error : {1U, 3U, 5U, 6U, 1018U, 0xFFFFFFFFU})
-        EXPECT_EQ(kx::TargetingVerdictOf(error), Verdict::LetThrough) << error;
-}
-
-TEST(PipeMessage, CountsBytesWithTheTerminator)
-{
-    EXPECT_EQ(kx::PipePayloadSize(0), 2U);
-    EXPECT_EQ(kx::PipePayloadSize(1000), 2002U);
-    EXPECT_EQ(kx::PipePayloadSize(0x7FFFFFFE), 0xFFFFFFFEU);
-    EXPECT_EQ(kx::PipePayloadSize(0x7FFFFFFF), std::nullopt) << "four bytes cannot say so much";
-}
 
 TEST(UpdateMessage, IsTakenWholeOrNotAtAll)
 {
@@ -85,16 +41,6 @@ TEST(GpFlagsText, NamesKnownBitsAndNumbersTheRest)
     EXPECT_EQ(kx::GpFlagsText(0xFFFFFFFF),
               L"MACHINE, BACKGROUND, ASYNC_FOREGROUND, SLOWLINK, VERBOSE, NOCHANGES, LINKTRANSITION, "
               L"LOGRSOP_TRANSITION, FORCED_REFRESH, SAFEMODE_BOOT, 0xFFFFE00E");
-}
-
-TEST(GpoIndex, IgnoresCaseAndKeepsTheFirst)
-{
-    kx::GpoIndex<int> index;
-    index.Add(L"{ABC}", 1);
-    index.Add(L"{abc}", 2);
-    ASSERT_TRUE(index.Find(L"{aBc}"));
-    EXPECT_EQ(*index.Find(L"{aBc}"), 1);
-    EXPECT_EQ(index.Find(L"{ab}"), nullptr);
 }
 
 } // namespace

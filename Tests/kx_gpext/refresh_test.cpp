@@ -10,11 +10,12 @@
 
 namespace {
 
+using testing::AllOf;
+using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Not;
-
-constexpr DWORD kUser = 0;
-constexpr DWORD kMachine = GPO_INFO_FLAG_MACHINE;
+using testing::Pair;
+using testing::StartsWith;
 
 constexpr const wchar_t* kAgentKey = L"Software\\Korvex\\Agent";
 constexpr const wchar_t* kGroupPolicySetId = L"{00000000-0000-0000-c000-000000000046}";
@@ -28,28 +29,8 @@ class WholeRefresh : public RefreshFixture {
     }
 
     // The `order` attributes of the document, in its order.
-    std::string ReceivedOrders()
-    {
-        const std::string meaning = ReceivedMeaning();
-        std::string orders;
-        const std::regex order("Policy .*order=\"([^\"]*)\"");
-        for (std::sregex_iterator found(meaning.begin(), meaning.end(), order), end; found != end; ++found)
-            orders += (orders.empty() ? "" : " ") + (*found)[1].str();
-        return orders;
-    }
+    std::string ReceivedOrders() { return ReceivedParts("Policy .*order=\"([^\"]*)\""); }
 };
-
-TEST_F(WholeRefresh, EmptyListsGiveAnEmptyDocument)
-{
-    EXPECT_EQ(Refresh(kMachine | GPO_INFO_FLAG_FORCED_REFRESH), 0U);
-    const std::string meaning = ReceivedMeaning();
-    EXPECT_THAT(meaning, HasSubstr(" forced=\"true\" user=\""));
-    EXPECT_THAT(meaning, HasSubstr("userScope=\"false\" version=\"2\""));
-    EXPECT_THAT(meaning, HasSubstr("SID=\"S-1-5-"));
-    EXPECT_THAT(meaning, HasSubstr("  ChangedGPOs\n  DeletedGPOs\n"));
-    EXPECT_THAT(Trace(), HasSubstr("INFO: GP update sent to agent."));
-    EXPECT_TRUE(_m_agent.TakeAnnouncement());
-}
 
 TEST_F(WholeRefresh, ListsBecomeElementsInOrder)
 {
@@ -65,12 +46,12 @@ TEST_F(WholeRefresh, ListsBecomeElementsInOrder)
     empty.name = kGpoA;
     empty.folder = _m_folder.Path() + L"\\nothing";
     _m_changed.Add(empty);
-    EXPECT_EQ(Refresh(kUser), 0U);
+    EXPECT_EQ(Refresh(kMachine | GPO_INFO_FLAG_FORCED_REFRESH), 0U);
     EXPECT_EQ(
         ReceivedWithoutAccount(),
-        XmlMeaning(L"<GPUpdate userScope='true' forced='false' version='2'><ChangedGPOs>"
+        XmlMeaning(L"<GPUpdate userScope='false' forced='true' version='2'><ChangedGPOs>"
                    L"<GPO name='{00000000-0000-0000-0000-00000000000B}' displayName='GPO B' precedence='1'>"
-                   L"<Policies version='5'><Policy name='p' order='200001'/></Policies></GPO>"
+                   L"<Policies version='5'><Policy name='p' order='1000200001'/></Policies></GPO>"
                    L"<GPO name='{00000000-0000-0000-0000-00000000000A}' displayName='' precedence='3'>"
                    L"<Policies version='5'/></GPO></ChangedGPOs>"
                    L"<DeletedGPOs><GPO name='{00000000-0000-0000-0000-00000000000C}' "
@@ -137,7 +118,7 @@ TEST_F(WholeRefresh, NamesWithANamespaceOutliveTheirFiles)
             attributes += " " + name + std::to_string(i) + "='1'";
         return attributes;
     };
-    CkxListedGpo gpo = MakeGpo(kGpoA, {});
+    const CkxListedGpo gpo = MakeGpo(kGpoA, {});
     WritePolicyFile(kGpoA, L"Policies.xml",
                     "<GpoPolicies version='5' xmlns:o='urn:outer'" + many("p") +
                         "><Policy order='1'><o:Kept o:as='it is'/></Policy></GpoPolicies>");
@@ -155,12 +136,8 @@ TEST_F(WholeRefresh, NamesWithANamespaceOutliveTheirFiles)
 
 TEST_F(WholeRefresh, AnOddNamespaceDoesNotSpoilTheDocument)
 {
-    CkxListedGpo gpo = MakeGpo(kGpoA, {});
-    WritePolicyFile(
-        kGpoA, L"Policies.xml",
-        "<GpoPolicies version='5'><Policy order='1'><x:Any xmlns:x='&lt;a href=&quot;&amp;b&quot;>'/>"
-        "</Policy></GpoPolicies>");
-    _m_changed.Add(gpo);
+    _m_changed.Add(
+        MakePolicies(kGpoA, "<Policy order='1'><x:Any xmlns:x='&lt;a href=&quot;&amp;b&quot;>'/></Policy>"));
     _m_changed.Add(MakeGpo(kGpoB, {"1"}));
     EXPECT_EQ(Refresh(kUser), 0U);
     EXPECT_EQ(ReceivedOrders(), "100001 1");
@@ -177,11 +154,10 @@ TEST_F(WholeRefresh, AFaultyGpoHarmsNoOther)
     } rows[] = {
         {"not well-formed", L"Policies.xml", "<GpoPolicies version='5'><Policy>",
          "ERROR: Failed to load XML from file ["},
-        {"empty file", L"Tokens.xml", "", "ERROR: Failed to load XML from file ["},
+        {"empty file", L"Tokens.xml", "", "ERROR: Failed to load the policy files of GPO GPO B"},
         {"wrong version", L"Policies.xml", "<GpoPolicies version='4'><Policy order='1'/></GpoPolicies>",
          "ERROR: Unsupported version found in XML. Versions: 4, 5, 5, 5. GPO GPO B - {"},
         {"of another file", L"GUI.xml", "<GUI version='6'/>", "Versions: 5, 5, 5, 6. GPO GPO B"},
-        {"of the groups", L"ApplicationGroups.xml", "<A version='6'/>", "Versions: 5, 6, 5, 5. GPO GPO B"},
         {"of a third file", L"Tokens.xml", "<Tokens version='4'/>", "Versions: 5, 5, 4, 5. GPO GPO B"},
         {"no version", L"ApplicationGroups.xml", "<ApplicationGroups/>",
          "ERROR: Failed to get version attribute from root element <ApplicationGroups>. Path=["},
@@ -204,55 +180,6 @@ TEST_F(WholeRefresh, AFaultyGpoHarmsNoOther)
         EXPECT_THAT(Trace(), HasSubstr(row.trace)) << row.why;
         ::DeleteFileW(path.c_str());
     }
-}
-
-TEST_F(WholeRefresh, AFileThatCannotBeReadIsAFailedLoad)
-{
-    const CkxListedGpo folderInPlace = MakeGpo(kGpoA, {"1"});
-    const std::wstring tokens = folderInPlace.folder + kInExtensionFolder + L"Tokens.xml";
-    ASSERT_TRUE(::CreateDirectoryW(tokens.c_str(), nullptr));
-    const CkxListedGpo held = MakeGpo(kGpoB, {"1"});
-    const std::wstring policies = held.folder + kInExtensionFolder + L"Policies.xml";
-    const CkxFileHandle holder(
-        ::CreateFileW(policies.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr));
-    ASSERT_TRUE(holder);
-    _m_changed.Add(folderInPlace);
-    _m_changed.Add(held);
-    EXPECT_EQ(Refresh(kUser), 0U);
-    EXPECT_EQ(ReceivedOrders(), "");
-    for (const char* const gpo : {"GPO A", "GPO B"})
-        EXPECT_THAT(Trace(), HasSubstr(std::string("ERROR: Failed to load the policy files of GPO ") + gpo));
-}
-
-// What is unusual about a GPO's files and names, and harms nothing.
-TEST_F(WholeRefresh, OddFilesAndNamesArriveAsTheyAre)
-{
-    const std::wstring inside = kInExtensionFolder;
-    CkxListedGpo lowerCase = MakeGpo(kGpoA, {});
-    ASSERT_TRUE(::DeleteFileW((lowerCase.folder + inside + L"Policies.xml").c_str()));
-    WritePolicyFile(kGpoA, L"policies.XML", "<GpoPolicies version='5'><Policy order='1'/></GpoPolicies>");
-    lowerCase.displayName = L"100%s %n%d %1!s!";
-    _m_changed.Add(lowerCase);
-
-    CkxListedGpo deep = MakeGpo(kGpoB, {});
-    deep.folder = L"\\\\?\\" + (_m_folder / L"deep");
-    while (deep.folder.size() < std::size_t{2} * MAX_PATH) {
-        ASSERT_TRUE(::CreateDirectoryW(deep.folder.c_str(), nullptr));
-        deep.folder += L"\\" + std::wstring(60, L'd');
-    }
-    ASSERT_TRUE(::CreateDirectoryW(deep.folder.c_str(), nullptr));
-    ASSERT_TRUE(::CreateDirectoryW((deep.folder + inside).c_str(), nullptr));
-    const std::wstring source = _m_folder / (std::wstring(L"gpos\\") + kGpoA + inside + L"policies.XML");
-    ASSERT_TRUE(::CopyFileW(source.c_str(), (deep.folder + inside + L"Policies.xml").c_str(), TRUE));
-    deep.folder.erase(0, 4); // as the engine would name it
-    _m_changed.Add(deep);
-
-    EXPECT_EQ(Refresh(kUser), 0U);
-    const std::string meaning = ReceivedMeaning();
-    EXPECT_THAT(meaning, HasSubstr("displayName=\"100%s %n%d %1!s!\""));
-    EXPECT_THAT(meaning, HasSubstr("Policy order=\"100001\"")) << "named in another case";
-    EXPECT_THAT(meaning, HasSubstr("Policy order=\"1\"")) << "beyond MAX_PATH";
-    EXPECT_THAT(Trace(), HasSubstr("Display Name: 100%s %n%d %1!s!"));
 }
 
 TEST_F(WholeRefresh, TextThatNoParserReadsIsReplaced)
@@ -286,85 +213,60 @@ TEST_F(WholeRefresh, DamagedListsNeitherHangNorCrash)
     EXPECT_THAT(Trace(), HasSubstr("INFO:      Link        : <NULL>"));
 }
 
-TEST_F(WholeRefresh, AbortSendsNothing)
-{
-    _m_abort = TRUE;
-    _m_changed.Add(MakeGpo(kGpoA, {"1"}));
-    EXPECT_EQ(Refresh(kMachine), static_cast<DWORD>(ERROR_OPERATION_ABORTED));
-    EXPECT_FALSE(_m_agent.WaitForMessage(0));
-    _m_abortPointer = nullptr; // means: never abort
-    EXPECT_EQ(Refresh(kMachine), 0U);
-    EXPECT_EQ(_m_rsopStatus, 0x1234567) << "the engine's status is not ours to write";
-}
-
-TEST_F(WholeRefresh, AnUnusableTokenOrThreadEndsBeforeAnythingIsSent)
-{
-    const CkxHandle good = std::exchange(_m_token, CkxHandle());
-    EXPECT_EQ(Refresh(kUser), static_cast<DWORD>(ERROR_XML_PARSE_ERROR));
-    EXPECT_THAT(Trace(), HasSubstr("ERROR: Failed to get user SID. Error: "));
-    ::CoUninitialize();
-    EXPECT_EQ(Refresh(kUser), static_cast<DWORD>(ERROR_XML_PARSE_ERROR)) << "a thread without COM";
-    EXPECT_THAT(Trace(),
-                HasSubstr("ERROR: CoCreateInstance(FreeThreadedDOMDocument30) failed. hr=-2147221008"));
-    EXPECT_FALSE(_m_agent.WaitForMessage(0));
-    EXPECT_GE(::CoInitializeEx(nullptr, COINIT_MULTITHREADED), 0);
-}
-
-TEST_F(WholeRefresh, StatusLinesReachTheEngineWithoutTheirPrefix)
+TEST_F(WholeRefresh, TheEngineIsToldWhoseRefreshItIsAndWhyItFails)
 {
     static std::vector<std::pair<BOOL, std::wstring>> lines;
-    lines.clear();
     _m_statusCallback = [](BOOL verbose, LPWSTR text) -> DWORD {
         lines.emplace_back(verbose, text);
         return 0;
     };
     EXPECT_EQ(Refresh(kUser), 0U);
-    ASSERT_EQ(lines.size(), 1U);
-    EXPECT_EQ(lines[0].first, FALSE);
-    EXPECT_EQ(lines[0].second.substr(0, 6), L"User: ");
-    EXPECT_THAT(Trace(), HasSubstr("INFO: User: "));
+    EXPECT_THAT(ReceivedMeaning(), HasSubstr("GPUpdate"));
+    const CkxHandle good = std::exchange(_m_token, CkxHandle());
+    EXPECT_EQ(Refresh(kUser), static_cast<DWORD>(ERROR_XML_PARSE_ERROR));
+    EXPECT_FALSE(_m_agent.WaitForMessage(0));
+    EXPECT_THAT(lines, ElementsAre(Pair(FALSE, StartsWith(L"User: ")),
+                                   Pair(TRUE, StartsWith(L"Failed to get user SID. Error: ")),
+                                   Pair(FALSE, L"User: <InvalidUserToken=0x00000000>")));
+    EXPECT_THAT(Trace(),
+                AllOf(HasSubstr("INFO: User: "), HasSubstr("ERROR: Failed to get user SID. Error: ")));
 }
 
 TEST_F(WholeRefresh, ExplainsAMissingAgent)
 {
-    const std::wstring other = L"{11111111-1111-1111-1111-111111111111}";
-    const std::wstring ours = kGroupPolicySetId;
-    const std::wstring tooLong(64, L'x');
-    const DWORD number = 7;
+    ::RegDeleteTreeW(HKEY_LOCAL_MACHINE, kAgentKey);
     _m_agent.Stop();
     EXPECT_EQ(Refresh(0), 0U);
     EXPECT_THAT(Trace(), HasSubstr("INFO: Kovrex Agent is not installed. Policies not applied."));
 
     _m_folder.Write(L"kx_agent.exe", "");
-    const auto bytes = [](const std::wstring& text) {
-        return static_cast<DWORD>((text.size() + 1) * sizeof(wchar_t));
-    };
 
     const struct {
         const char* why;
-        DWORD type;
-        const void* data;
-        DWORD size;
+        DWORD type; ///< none: there is no such key
+        std::wstring data;
         DWORD result;
         const char* trace;
     } rows[] = {
-        {"another management set", REG_SZ, other.data(), bytes(other), 0,
+        {"no key", REG_NONE, L"", kAgain, "ERROR: Failed to open [HKLM\\Software\\Korvex\\Agent]. Error=2\n"},
+        {"another management set", REG_SZ, L"{11111111-1111-1111-1111-111111111111}", 0,
          "INFO: Kovrex Agent is not in Group Policy mode. Policies not applied."},
-        {"empty identifier", REG_SZ, L"", 2, 0, "is not in Group Policy mode"},
-        {"Group Policy, any case", REG_SZ, ours.data(), bytes(ours), ERROR_OVERRIDE_NOCHANGES,
+        {"empty identifier", REG_SZ, L"", 0, "is not in Group Policy mode"},
+        {"Group Policy, any case", REG_SZ, kGroupPolicySetId, kAgain,
          "INFO: Korvex Agent is not running. Policies not applied."},
-        {"a number", REG_DWORD, &number, sizeof number, ERROR_OVERRIDE_NOCHANGES,
-         "ERROR: Failed to query SetID value. Error=13"},
-        {"too long", REG_SZ, tooLong.data(), bytes(tooLong), ERROR_OVERRIDE_NOCHANGES,
-         "ERROR: Failed to query SetID value. Error=234"},
+        {"a number", REG_DWORD, L"\x7", kAgain, "ERROR: Failed to query SetID value. Error=13\n"},
+        {"too long", REG_SZ, std::wstring(64, L'x'), kAgain,
+         "ERROR: Failed to query SetID value. Error=234\n"},
     };
 
     for (const auto& row : rows) {
-        ::RegSetKeyValueW(HKEY_LOCAL_MACHINE, kAgentKey, L"SetID", row.type, row.data, row.size);
+        if (row.type != REG_NONE)
+            ::RegSetKeyValueW(HKEY_LOCAL_MACHINE, kAgentKey, L"SetID", row.type, row.data.c_str(),
+                              static_cast<DWORD>((row.data.size() + 1) * sizeof(wchar_t)));
         EXPECT_EQ(Refresh(0), row.result) << row.why;
         EXPECT_THAT(Trace(), HasSubstr(row.trace)) << row.why;
     }
-    ::RegDeleteKeyValueW(HKEY_LOCAL_MACHINE, kAgentKey, L"SetID");
+    ::RegDeleteTreeW(HKEY_LOCAL_MACHINE, kAgentKey);
 }
 
 } // namespace

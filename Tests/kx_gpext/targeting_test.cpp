@@ -1,11 +1,10 @@
 // Item-level targeting from outside: the shipped module, with a scripted extension that evaluates it.
 
 #include "Common_CPP/atl/kx_atl.h"
-#include "Tests/support/failing_import.h"
+#include "Tests/support/hook.h"
 #include "Tests/support/refresh_fixture.h"
 #include "Tests/support/scripted_targeting.h"
 #include "Tests/support/xml_meaning.h"
-#include "Tools/host/patched_import.h"
 
 #include <gmock/gmock.h>
 
@@ -15,35 +14,19 @@ namespace {
 
 using testing::HasSubstr;
 
-constexpr DWORD kUser = 0;
+#define KX_CSE_KEY                                                                                           \
+    "SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion\\Winlogon\\GPExtensions\\"                              \
+    "{B087BE9D-ED37-454f-AF9C-04291E351182}"
 
 class Targeting : public RefreshFixture {
   protected:
-    CkxListedGpo MakeTargetedGpo(const std::string& content) const
-    {
-        CkxListedGpo gpo = MakeGpo(kGpoA, {});
-        WritePolicyFile(kGpoA, L"Policies.xml", "<GpoPolicies version='5'>" + content + "</GpoPolicies>");
-        return gpo;
-    }
-
     // The names of the policies that arrive, in their order; "nothing" for an empty GPO element.
     std::string Delivered(const std::string& content)
     {
-        _m_changed.Add(MakeTargetedGpo(content));
+        _m_changed.Add(MakePolicies(kGpoA, content));
         EXPECT_EQ(Refresh(kUser), 0U);
-        const std::string meaning = ReceivedMeaning();
-        return meaning.find(" Policies ") == std::string::npos ? "nothing" : NamesIn(meaning);
-    }
-
-    static std::string NamesIn(const std::string& meaning)
-    {
-        constexpr std::string_view before = " Policy name=\"";
-        std::string names;
-        for (std::size_t at = meaning.find(before); at != std::string::npos; at = meaning.find(before, at)) {
-            at += before.size();
-            names += (names.empty() ? "" : " ") + meaning.substr(at, meaning.find('"', at) - at);
-        }
-        return names;
+        const std::string parts = ReceivedParts(" (Policies) | Policy name=\"([^\"]*)\"");
+        return parts.empty() ? "nothing" : parts.substr(std::min<std::size_t>(parts.size(), 9));
     }
 
     ScriptedTargeting _m_scripted;
@@ -91,9 +74,9 @@ TEST_F(Targeting, TheMarkerDecides)
 TEST_F(Targeting, TheExtensionIsCalledAsTheEngineWould)
 {
     TargetingCalls& seen = _m_scripted.Watch();
-    _m_changed.Add(MakeTargetedGpo("<Policy name='in' order='1'><ItemLevelTargeting answer='match'>"
-                                   "<FilterRunOnce not='0' name='K\xC3\xA4se &amp; 100% %s'/>"
-                                   "</ItemLevelTargeting></Policy>"));
+    _m_changed.Add(MakePolicies(kGpoA, "<Policy name='in' order='1'><ItemLevelTargeting answer='match'>"
+                                       "<FilterRunOnce not='0' name='K\xC3\xA4se &amp; 100% %s'/>"
+                                       "</ItemLevelTargeting></Policy>"));
     EXPECT_EQ(Refresh(GPO_INFO_FLAG_MACHINE | GPO_INFO_FLAG_SLOWLINK), 0U);
     EXPECT_EQ(seen.calls, 1);
     CString call;
@@ -119,21 +102,8 @@ TEST_F(Targeting, TheExtensionIsCalledAsTheEngineWould)
                   L"</Registry></RegistrySettings>"));
 }
 
-TEST_F(Targeting, WithoutTargetingNothingIsTouched)
-{
-    const TargetingCalls& seen = _m_scripted.Watch();
-    const int before = seen.calls;
-    EXPECT_EQ(Delivered("<Policy name='a'/>"), "a");
-    EXPECT_EQ(seen.calls, before);
-    EXPECT_EQ(::GetFileAttributesW((_m_folder / L"tmp").c_str()), INVALID_FILE_ATTRIBUTES);
-}
-
 TEST_F(Targeting, AnExtensionThatIsNotThereLetsThrough)
 {
-#define KX_KEY                                                                                               \
-    "SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion\\Winlogon\\GPExtensions\\"                              \
-    "{B087BE9D-ED37-454f-AF9C-04291E351182}"
-
     const struct {
         const char* why;
         bool registered;
@@ -141,18 +111,17 @@ TEST_F(Targeting, AnExtensionThatIsNotThereLetsThrough)
         const wchar_t* entry;
         const char* trace;
     } rows[] = {
-        {"not registered", false, nullptr, nullptr, "ERROR: Failed to open reg key [" KX_KEY "]. err=2\n"},
+        {"not registered", false, nullptr, nullptr,
+         "ERROR: Failed to open reg key [" KX_CSE_KEY "]. err=2\n"},
         {"no library named", true, nullptr, L"ProcessGroupPolicyEx",
-         "ERROR: Failed to query value [" KX_KEY "\\DllName]. err=2\n"},
+         "ERROR: Failed to query value [" KX_CSE_KEY "\\DllName]. err=2\n"},
         {"no entry named", true, KX_SCRIPTED_TARGETING, nullptr,
-         "ERROR: Failed to query value [" KX_KEY "\\ProcessGroupPolicyEx]. err=2\n"},
+         "ERROR: Failed to query value [" KX_CSE_KEY "\\ProcessGroupPolicyEx]. err=2\n"},
         {"no such library; nothing is expanded", true, L"%SystemRoot%\\gone.dll", L"ProcessGroupPolicyEx",
          "ERROR: Failed to load library [%SystemRoot%\\gone.dll. err=126\n"},
         {"no such entry", true, KX_SCRIPTED_TARGETING, L"Process",
          "ERROR: Failed to GetProcAddress of [Process. err=127\n"},
     };
-
-#undef KX_KEY
 
     for (const auto& row : rows) {
         if (row.registered)
@@ -178,6 +147,8 @@ TEST_F(Targeting, WhereTheSystemRefusesNothingIsKeptBackAndNothingGuessed)
     } rows[] = {
         {"the settings cannot be encoded", "WideCharToMultiByte", Fail<0, ERROR_NOT_ENOUGH_MEMORY>, 0,
          "ERROR: Failed to GetProcAddress of ["},
+        {"no folder for the settings", "CreateDirectoryW", Fail<0, ERROR_PATH_NOT_FOUND>, 0,
+         "ERROR: Failed to save basic ILT registry policy to "},
         {"no marker key", "RegCreateKeyExW", Fail<ERROR_ACCESS_DENIED, 0>, 0,
          "ERROR: Failed to create reg key [software\\korvex\\agent\\temp]. err=5\n"},
         {"an old marker stays", "RegDeleteValueW", Fail<ERROR_ACCESS_DENIED, 0>, 0,
@@ -189,7 +160,7 @@ TEST_F(Targeting, WhereTheSystemRefusesNothingIsKeptBackAndNothingGuessed)
     };
 
     for (const auto& row : rows) {
-        _m_changed.Add(MakeTargetedGpo(kNoMatch));
+        _m_changed.Add(MakePolicies(kGpoA, kNoMatch));
         {
             const PatchedImport patch(_m_extension.Get(), row.import,
                                       reinterpret_cast<void*>(row.replacement));
@@ -197,27 +168,11 @@ TEST_F(Targeting, WhereTheSystemRefusesNothingIsKeptBackAndNothingGuessed)
         }
         EXPECT_THAT(Trace(), HasSubstr(row.trace)) << row.why;
         if (row.code == 0)
-            EXPECT_EQ(NamesIn(ReceivedMeaning()), "out") << row.why;
+            EXPECT_THAT(ReceivedMeaning(), HasSubstr("Policy name=\"out\"")) << row.why;
         else
             EXPECT_FALSE(_m_agent.WaitForMessage(0)) << row.why;
         EXPECT_FALSE(ScriptedTargeting::IsMarkerThere()) << row.why;
     }
-}
-
-TEST_F(Targeting, TheWorkFolderLeadsNowhereElse)
-{
-    const std::wstring victim = _m_folder.Write(L"victim.txt", "precious");
-    EXPECT_EQ(Delivered(kMatch), "in");
-    const std::wstring settings = _m_folder / L"tmp\\Preferences\\Registry\\Registry.xml";
-    ASSERT_TRUE(::DeleteFileW(settings.c_str()));
-    ASSERT_TRUE(::CreateHardLinkW(settings.c_str(), victim.c_str(), nullptr));
-    EXPECT_EQ(Delivered(kNoMatch), "");
-    EXPECT_EQ(ReadBytes(victim), "precious");
-    ASSERT_TRUE(::MoveFileW((_m_folder / L"tmp").c_str(), (_m_folder / L"old").c_str()));
-    _m_folder.Write(L"tmp", "a file in its place");
-    EXPECT_EQ(Delivered(kNoMatch), "out") << "let through";
-    EXPECT_THAT(Trace(), HasSubstr("ERROR: Failed to save basic ILT registry policy to "));
-    EXPECT_THAT(Trace(), HasSubstr("cannot be used. Error=267"));
 }
 
 // The pass whose policies match leaves a marker for a while; the other one must not take it for its own.
@@ -225,21 +180,18 @@ TEST_F(Targeting, PassesAtOnceDoNotReadEachOthersMarkers)
 {
     constexpr int rounds = 10;
     TargetingCalls& seen = _m_scripted.Watch();
-    CkxListedGpo other = MakeGpo(kGpoB, {});
-    WritePolicyFile(kGpoB, L"Policies.xml",
-                    std::string("<GpoPolicies version='5'>") + kNoMatch + kNoMatch + "</GpoPolicies>");
     const auto run = [&](const CkxListedGpo& gpo) {
         for (int round = 0; round < rounds; ++round)
             EXPECT_EQ(RefreshOnly(gpo, kUser), 0U);
     };
-    std::thread first(run, MakeTargetedGpo(std::string(kMatch) + kMatch));
-    std::thread second(run, other);
+    std::thread first(run, MakePolicies(kGpoA, std::string(kMatch) + kMatch));
+    std::thread second(run, MakePolicies(kGpoB, std::string(kNoMatch) + kNoMatch));
     first.join();
     second.join();
     int matched = 0;
     int excluded = 0;
     for (int message = 0; message < 2 * rounds; ++message) {
-        const std::string names = NamesIn(ReceivedMeaning());
+        const std::string names = ReceivedParts("Policy name=\"([^\"]*)\"");
         matched += names == "in in";
         excluded += names.empty();
     }

@@ -1,5 +1,7 @@
-// The service's own folder: who may write into it, and that nobody exchanges it under its hands.
+// The folders that are made: who may write into them, and that nobody exchanges the service's own one under
+// its hands.
 
+#include "Agent/engine/kx_gpext/trace_folder.h"
 #include "Agent/engine/kx_gpext/work_folder.h"
 #include "Tests/support/hook.h"
 #include "Tests/support/temp_folder.h"
@@ -30,13 +32,26 @@ BOOL WINAPI OwnerIsAStranger(PSECURITY_DESCRIPTOR /*descriptor*/, PSID* owner, L
     return TRUE;
 }
 
-TEST(WorkFolder, IsWritableForTheServiceOnly)
+TEST(Folders, AreMadeWithTheDocumentedAccess)
 {
     const TempFolder folder;
     const ImportHook<&CreateAndKeepAccess> create("CreateDirectoryW");
     CkxWorkFolder work;
     EXPECT_EQ(work.Enter((folder / L"tmp").c_str()), 0U);
     EXPECT_EQ(g_access, L"D:P(A;OICI;FA;;;SY)(A;OICI;FA;;;BA)(A;OICI;0x1200a9;;;AU)");
+    CreateTraceFolder((folder / L"Trace").c_str());
+    EXPECT_EQ(g_access, L"D:(A;;0x100003;;;WD)(A;OICIIO;0x12008f;;;WD)(A;OICI;FA;;;BA)");
+    g_access.clear();
+    CreateTraceFolder(folder.Path().c_str());
+    EXPECT_EQ(g_access, L"") << "what is there stays as it is";
+}
+
+// The system under test may open a link's target whatever it is asked for, so the answer is made up.
+BOOL WINAPI OfALink(HANDLE file, FILE_INFO_BY_HANDLE_CLASS kind, void* facts, DWORD size)
+{
+    const BOOL told = ImportHook<&OfALink>::Original(file, kind, facts, size);
+    static_cast<FILE_BASIC_INFO*>(facts)->FileAttributes |= FILE_ATTRIBUTE_REPARSE_POINT;
+    return told;
 }
 
 TEST(WorkFolder, StaysInPlaceWhileItIsHeld)
@@ -63,23 +78,11 @@ TEST(WorkFolder, RefusesWhatIsNotItsOwn)
     CkxWorkFolder work;
     EXPECT_EQ(work.Enter(folder.Write(L"file", "").c_str()), static_cast<DWORD>(ERROR_DIRECTORY));
     EXPECT_EQ(work.Enter((folder / L"gone\\tmp").c_str()), static_cast<DWORD>(ERROR_PATH_NOT_FOUND));
-    const ImportHook<&OwnerIsAStranger> owner("GetSecurityDescriptorOwner");
-    EXPECT_EQ(work.Enter((folder / L"tmp").c_str()), static_cast<DWORD>(ERROR_INVALID_OWNER));
-}
-
-BOOL WINAPI OfALink(HANDLE file, FILE_INFO_BY_HANDLE_CLASS kind, void* facts, DWORD size)
-{
-    const BOOL told = ImportHook<&OfALink>::Original(file, kind, facts, size);
-    static_cast<FILE_BASIC_INFO*>(facts)->FileAttributes |= FILE_ATTRIBUTE_REPARSE_POINT;
-    return told;
-}
-
-// The system under test may open a link's target whatever it is asked for, so the answer is made up.
-TEST(WorkFolder, RefusesALink)
-{
-    const TempFolder folder;
+    {
+        const ImportHook<&OwnerIsAStranger> owner("GetSecurityDescriptorOwner");
+        EXPECT_EQ(work.Enter((folder / L"tmp").c_str()), static_cast<DWORD>(ERROR_INVALID_OWNER));
+    }
     const ImportHook<&OfALink> information("GetFileInformationByHandleEx");
-    CkxWorkFolder work;
     EXPECT_EQ(work.Enter((folder / L"tmp").c_str()), static_cast<DWORD>(ERROR_DIRECTORY));
 }
 

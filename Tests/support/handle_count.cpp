@@ -24,33 +24,25 @@ struct HandleEntry {
     ULONG access;
 };
 
-std::vector<BYTE> HandleList()
+std::size_t CountNow()
 {
     using Query = NTSTATUS(WINAPI*)(SYSTEM_INFORMATION_CLASS, void*, ULONG, ULONG*);
     static const auto query = reinterpret_cast<Query>(reinterpret_cast<void*>(
         ::GetProcAddress(::GetModuleHandleW(L"ntdll.dll"), "NtQuerySystemInformation")));
     std::vector<BYTE> list(1 << 18);
-    ULONG size = 0;
     NTSTATUS status = kTooSmall;
-    while ((status = query(kSystemHandleInformation, list.data(), static_cast<ULONG>(list.size()), &size)) ==
-           kTooSmall)
+    while ((status = query(kSystemHandleInformation, list.data(), static_cast<ULONG>(list.size()),
+                           nullptr)) == kTooSmall)
         list.resize(list.size() * 2);
     if (status < 0)
         throw std::runtime_error("the system's handles cannot be listed");
-    return list;
-}
-
-std::size_t CountNow()
-{
-    const std::vector<BYTE> list = HandleList();
     ULONG count = 0;
     std::memcpy(&count, list.data(), sizeof count);
-    const auto process = static_cast<USHORT>(::GetCurrentProcessId());
     std::size_t own = 0;
     for (ULONG i = 0; i < count; ++i) {
         HandleEntry entry;
         std::memcpy(&entry, list.data() + sizeof(void*) + i * sizeof entry, sizeof entry);
-        own += entry.process == process ? 1U : 0U;
+        own += entry.process == static_cast<USHORT>(::GetCurrentProcessId());
     }
     return own;
 }

@@ -3,6 +3,14 @@
 #include "Tests/support/patched_slot.h"
 #include "Tools/host/patched_import.h"
 
+/// A function that fails. It leaves its arguments alone, so that it stands in for any other.
+template <LONG_PTR Result, DWORD Error>
+LONG_PTR WINAPI Fail()
+{
+    ::SetLastError(Error);
+    return Result;
+}
+
 /// A patch whose replacement reaches what it replaced: Original() makes the call.
 template <class Patch, auto Replacement>
 class Hook {

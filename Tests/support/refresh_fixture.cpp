@@ -1,8 +1,10 @@
 #include "Tests/support/refresh_fixture.h"
 
+#include "Tests/support/com_scope.h"
 #include "Tests/support/xml_meaning.h"
 #include "Tools/host/update_message.h"
 
+#include <regex>
 #include <utility>
 
 namespace {
@@ -40,16 +42,22 @@ std::wstring RefreshFixture::WritePolicyFile(const std::wstring& gpo, const std:
     return _m_folder / (L"gpos\\" + gpo);
 }
 
-CkxListedGpo RefreshFixture::MakeGpo(const std::wstring& name, const std::vector<std::string>& orders) const
+CkxListedGpo RefreshFixture::MakePolicies(const std::wstring& name, const std::string& content) const
 {
-    std::string text = "<GpoPolicies version=\"5\">";
-    for (const std::string& order : orders)
-        text += order.empty() ? "<Policy name=\"p\"/>" : "<Policy name=\"p\" order=\"" + order + "\"/>";
     CkxListedGpo gpo;
     gpo.name = name;
     gpo.displayName = L"GPO " + name.substr(name.size() - 2, 1);
-    gpo.folder = WritePolicyFile(name, L"Policies.xml", text + "</GpoPolicies>");
+    gpo.folder =
+        WritePolicyFile(name, L"Policies.xml", "<GpoPolicies version='5'>" + content + "</GpoPolicies>");
     return gpo;
+}
+
+CkxListedGpo RefreshFixture::MakeGpo(const std::wstring& name, const std::vector<std::string>& orders) const
+{
+    std::string policies;
+    for (const std::string& order : orders)
+        policies += order.empty() ? "<Policy name='p'/>" : "<Policy name='p' order='" + order + "'/>";
+    return MakePolicies(name, policies);
 }
 
 DWORD RefreshFixture::Refresh(DWORD flags)
@@ -63,13 +71,11 @@ DWORD RefreshFixture::Refresh(DWORD flags)
 
 DWORD RefreshFixture::RefreshOnly(const CkxListedGpo& gpo, DWORD flags) const
 {
-    EXPECT_GE(::CoInitializeEx(nullptr, COINIT_MULTITHREADED), 0);
+    const ComScope com;
     CkxEngineList changed;
     changed.Add(gpo);
-    const DWORD code = _m_extension.ProcessGroupPolicyEx()(
-        flags, _m_token.Get(), nullptr, nullptr, changed.Head(), 0, nullptr, nullptr, _m_services, nullptr);
-    ::CoUninitialize();
-    return code;
+    return _m_extension.ProcessGroupPolicyEx()(flags, _m_token.Get(), nullptr, nullptr, changed.Head(), 0,
+                                               nullptr, nullptr, _m_services, nullptr);
 }
 
 DWORD RefreshFixture::Plan(RSOP_TARGET* computer, RSOP_TARGET* user)
@@ -87,6 +93,18 @@ std::wstring RefreshFixture::ReceivedDocument()
 std::string RefreshFixture::ReceivedMeaning()
 {
     return XmlMeaning(ReceivedDocument());
+}
+
+std::string RefreshFixture::ReceivedParts(const char* pattern)
+{
+    const std::string meaning = ReceivedMeaning();
+    const std::regex regex(pattern);
+    std::string parts;
+    for (std::sregex_iterator found(meaning.begin(), meaning.end(), regex), end; found != end; ++found)
+        for (std::size_t group = 1; group < found->size(); ++group)
+            if ((*found)[group].matched)
+                parts += (parts.empty() ? "" : " ") + (*found)[group].str();
+    return parts;
 }
 
 std::string RefreshFixture::Trace() const

@@ -10,6 +10,11 @@
 #include <string>
 #include <vector>
 
+// Whom a refresh is for, and its answer when it must come again.
+inline constexpr DWORD kUser = 0;
+inline constexpr DWORD kMachine = GPO_INFO_FLAG_MACHINE;
+inline constexpr DWORD kAgain = ERROR_OVERRIDE_NOCHANGES;
+
 /// Runs the shipped extension from a folder of its own, as the engine would, with an agent that listens.
 /// REQUIRES: nothing else on the machine plays the agent.
 class RefreshFixture : public testing::Test {
@@ -21,7 +26,10 @@ class RefreshFixture : public testing::Test {
     std::wstring WritePolicyFile(const std::wstring& gpo, const std::wstring& file,
                                  std::string_view text) const;
 
-    /// A GPO whose only file is Policies.xml, with one policy for each order text; "" stands for none.
+    /// A GPO whose only file is Policies.xml, with this content.
+    CkxListedGpo MakePolicies(const std::wstring& name, const std::string& content) const;
+
+    /// The same with one policy for each order text; "" stands for none.
     CkxListedGpo MakeGpo(const std::wstring& name, const std::vector<std::string>& orders) const;
 
     /// One call of the engine with what is set below. The lists are then empty again.
@@ -36,6 +44,9 @@ class RefreshFixture : public testing::Test {
     /// What the agent received last, by meaning; a text that says so when it received nothing whole.
     std::string ReceivedMeaning();
     std::wstring ReceivedDocument();
+
+    /// Of that meaning what the pattern's groups find, with blanks between.
+    std::string ReceivedParts(const char* pattern);
 
     /// The trace file's text so far.
     [[nodiscard]] std::string Trace() const;
