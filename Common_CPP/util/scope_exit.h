@@ -6,7 +6,7 @@
 
 namespace kx {
 
-/// Calls `action` when it is destroyed, unless dismissed. The action must not throw.
+/// Calls `action` when it is destroyed. The action must not throw.
 template <class Action>
 class ScopeExit {
   public:
@@ -18,18 +18,10 @@ class ScopeExit {
     ScopeExit(const ScopeExit&) = delete;
     ScopeExit& operator=(const ScopeExit&) = delete;
 
-    ~ScopeExit()
-    {
-        if (_m_armed)
-            _m_action();
-    }
-
-    /// The action will not be called.
-    void Dismiss() noexcept { _m_armed = false; }
+    ~ScopeExit() { _m_action(); }
 
   private:
     Action _m_action;
-    bool _m_armed = true;
 };
 
 } // namespace kx

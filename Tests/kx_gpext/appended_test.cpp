@@ -268,4 +268,12 @@ TEST_F(AppendedUpdate, FilesAreReadAsTheUserAndAMachinesAsTheCaller)
     }
 }
 
+TEST_F(AppendedUpdate, TheTestingExportDoesNothing)
+{
+    const auto call = reinterpret_cast<DWORD(WINAPI*)()>(
+        reinterpret_cast<void*>(::GetProcAddress(_m_extension.Get(), "ProcessAppendedUpdateTestW")));
+    EXPECT_EQ(TraceOf([&] { EXPECT_EQ(call(), 0U); }), "");
+    EXPECT_FALSE(_m_agent.WaitForMessage(0));
+}
+
 } // namespace

@@ -61,6 +61,14 @@ TEST_F(Gpo, IsDumpedInAFixedLayout)
     EXPECT_TRUE(none.Name().IsEmpty() && none.DisplayName().IsEmpty() && none.Folder().IsEmpty());
 }
 
+TEST_F(Gpo, NamesTheLinkKinds)
+{
+    const char* const names[] = {"UnrecognizedValue",  "Unknown",          "Machine", "Site", "Domain",
+                                 "OrganizationalUnit", "UnrecognizedValue"};
+    for (int link = -1; link <= 5; ++link)
+        EXPECT_STREQ(CkxKxGroupPolicyObject::LinkKindName(link), names[link + 1]) << link;
+}
+
 TEST_F(Gpo, FindsItsFilesBelowItsFolder)
 {
     wchar_t folder[] = L"C:\\P";
@@ -74,6 +82,42 @@ TEST_F(Gpo, FindsItsFilesBelowItsFolder)
                       "INFO:      Migration   : C:\\P\\Migration.xml\n");
     EXPECT_STREQ(CkxKxGroupPolicyObject(&_m_entry).FilePath(kx::PolicyFile::Tokens),
                  L"C:\\P\\{5B3E7C21-9D4A-4E86-A1F2-7C09D3B6E54A}\\Tokens.xml");
+}
+
+TEST_F(Gpo, KeepsTheFileTimeUntilItGetsAnotherEntry)
+{
+    const std::wstring path = _m_folder.Write(L"Policies.xml", "<GpoPolicies/>");
+    const FILETIME written = {0x89ABCDEF, 0x01D00000};
+    CkxFileHandle writer(::CreateFileW(path.c_str(), GENERIC_WRITE | DELETE, FILE_SHARE_READ, nullptr,
+                                       OPEN_EXISTING, 0,
+                                       nullptr)); // held open, as an administrator's tool may
+    ASSERT_TRUE(::SetFileTime(writer.Get(), nullptr, nullptr, &written));
+    std::wstring elsewhere = _m_folder / L"none";
+    std::wstring folder = _m_folder.Path();
+    _m_entry.lpFileSysPath = elsewhere.data();
+    CkxKxGroupPolicyObject gpo(&_m_entry, true);
+    gpo.SetPrecedence(3);
+    gpo.ReadPoliciesFileTime();
+    EXPECT_EQ(gpo.PoliciesFileTime().dwHighDateTime, 0U);
+    _m_entry.lpFileSysPath = folder.data();
+    gpo.ReadPoliciesFileTime();
+    EXPECT_EQ(gpo.PoliciesFileTime().dwLowDateTime, written.dwLowDateTime);
+    EXPECT_EQ(gpo.PoliciesFileTime().dwHighDateTime, written.dwHighDateTime);
+    writer.Reset();
+    EXPECT_TRUE(::DeleteFileW(path.c_str())) << "the record left it open";
+    gpo.ReadPoliciesFileTime();
+    EXPECT_EQ(gpo.PoliciesFileTime().dwHighDateTime, written.dwHighDateTime);
+    EXPECT_EQ(gpo.Precedence(), 3U);
+
+    GROUP_POLICY_OBJECTW next{};
+    _m_entry.pNext = &next;
+    EXPECT_EQ(gpo.Next(), &next);
+    gpo.Attach(gpo.Next());
+    EXPECT_EQ(gpo.Next(), nullptr);
+    EXPECT_EQ(gpo.PoliciesFileTime().dwHighDateTime, 0U);
+    EXPECT_EQ(gpo.Precedence(), 0U);
+    EXPECT_TRUE(gpo.IsAppended());
+    EXPECT_EQ(Take(), "");
 }
 
 } // namespace

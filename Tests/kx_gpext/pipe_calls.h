@@ -1,19 +1,22 @@
 // What the pipe client asks of the system, step by step; any step can be made to fail.
 #pragma once
 
+#include "Common_CPP/util/last_error.h"
 #include "Common_CPP/util/unique_handle.h"
 #include "Tests/support/hook.h"
 
 #include <sddl.h>
 
 #include <algorithm>
+#include <cstdio>
+#include <cwchar>
+#include <map>
+#include <mutex>
 #include <string>
-#include <string_view>
 #include <utility>
 
 /// While it lives, the test program's calls around the agent's mutex, event and pipe go through it. One at a
-/// time. Steps are those of the thread that made it: "turn" or "no-turn", "instance", "open", "owner",
-/// "announce", "length", "text", "release".
+/// time. Steps are those of the thread that made it; handles are counted for all.
 class PipeCalls {
   public:
     PipeCalls() = default;
@@ -23,7 +26,7 @@ class PipeCalls {
     /// The steps since the last time, with a blank behind each.
     std::string Take() { return std::exchange(_m_steps, {}); }
 
-    /// The next step of this name fails with `error`; a write with error 0 succeeds with half of its bytes.
+    /// The next step of this text fails with `error`; a write with error 0 succeeds with half of its bytes.
     void Fail(std::string step, DWORD error)
     {
         _m_failing = std::move(step);
@@ -38,6 +41,16 @@ class PipeCalls {
         _m_pretending = true;
     }
 
+    /// The mutexes, events and files opened since the beginning and not closed.
+    [[nodiscard]] std::size_t OpenHandles()
+    {
+        const std::lock_guard<std::mutex> turn(_m_lock);
+        return _m_open.size();
+    }
+
+    /// Where the bytes of the last write stood.
+    [[nodiscard]] const void* LastWritten() const { return _m_lastWritten; }
+
   private:
     // For the client's 10 seconds: only what it makes of the end matters.
     static constexpr DWORD c_shortWaitMs = 50;
@@ -45,30 +58,59 @@ class PipeCalls {
     // What cleaning up leaves as the last error, so that a caller shows who does not keep the one before.
     static constexpr DWORD c_cleanUpError = 0x12345678;
 
+    template <class... Numbers>
+    static std::string _StepText(const char* format, Numbers... numbers)
+    {
+        char text[64];
+        std::snprintf(text, sizeof text, format, numbers...);
+        return text;
+    }
+
+    static HANDLE WINAPI _CreateMutex(LPSECURITY_ATTRIBUTES security, BOOL owned, LPCWSTR name)
+    {
+        if (!s_self->_Step(_StepText("mutex(%d,%d)", security != nullptr, owned)))
+            return nullptr;
+        return s_self->_Opened(ImportHook<&_CreateMutex>::Original(security, owned, name), "mutex");
+    }
+
+    static HANDLE WINAPI _OpenEvent(DWORD access, BOOL inherit, LPCWSTR name)
+    {
+        if (!s_self->_Step(_StepText("event(%lx,%d)", access, inherit)))
+            return nullptr;
+        return s_self->_Opened(ImportHook<&_OpenEvent>::Original(access, inherit, name), "event");
+    }
+
     static DWORD WINAPI _Wait(HANDLE object, DWORD milliseconds, BOOL alertable)
     {
-        (void)s_self->_Step(object ? "turn" : "no-turn");
+        if (object == nullptr || s_self->_Names(object, "mutex"))
+            (void)s_self->_Step(
+                _StepText("%s(%lx,%d)", object ? "turn" : "no-turn", milliseconds, alertable));
         return ImportHook<&_Wait>::Original(object, milliseconds, alertable);
     }
 
     static BOOL WINAPI _WaitNamedPipe(LPCWSTR name, DWORD milliseconds)
     {
-        return s_self->_Step("instance") &&
+        return s_self->_Step(_StepText("instance(%lu)", milliseconds)) &&
                ImportHook<&_WaitNamedPipe>::Original(name, std::min(milliseconds, c_shortWaitMs));
     }
 
     static HANDLE WINAPI _CreateFile(LPCWSTR name, DWORD access, DWORD share, LPSECURITY_ATTRIBUTES security,
                                      DWORD disposition, DWORD flags, HANDLE model)
     {
-        if (std::wstring_view(name).starts_with(L"\\\\.\\pipe\\") && !s_self->_Step("open"))
+        const bool pipe = std::wcsncmp(name, L"\\\\.\\pipe\\", 9) == 0;
+        if (pipe && !s_self->_Step(_StepText("open(%lx,%lx,%d,%lx,%lx,%d)", access, share,
+                                             security != nullptr, disposition, flags, model != nullptr)))
             return INVALID_HANDLE_VALUE;
-        return ImportHook<&_CreateFile>::Original(name, access, share, security, disposition, flags, model);
+        return s_self->_Opened(
+            ImportHook<&_CreateFile>::Original(name, access, share, security, disposition, flags, model),
+            pipe ? "pipe" : "");
     }
 
     static BOOL WINAPI _GetSecurity(HANDLE object, SECURITY_INFORMATION what, PSECURITY_DESCRIPTOR descriptor,
                                     DWORD size, LPDWORD needed)
     {
-        (void)s_self->_Step("owner");
+        if (!s_self->_Step("owner"))
+            return FALSE;
         if (!s_self->_m_pretending)
             return ImportHook<&_GetSecurity>::Original(object, what, descriptor, size, needed);
         CkxLocalMemory<void> pretended;
@@ -84,15 +126,22 @@ class PipeCalls {
 
     static BOOL WINAPI _SetEvent(HANDLE event)
     {
+        if (!s_self->_Names(event, "event")) // of some other part of the program
+            return ImportHook<&_SetEvent>::Original(event);
         return s_self->_Step("announce") && ImportHook<&_SetEvent>::Original(event);
     }
 
     static BOOL WINAPI _WriteFile(HANDLE file, LPCVOID bytes, DWORD size, LPDWORD written, LPOVERLAPPED state)
     {
-        if (s_self->_Step(size == 4 ? "length" : "text"))
+        if (!s_self->_Names(file, "pipe"))
             return ImportHook<&_WriteFile>::Original(file, bytes, size, written, state);
+        s_self->_m_lastWritten = bytes;
+        if (s_self->_Step(_StepText(state ? "write(%lu,overlapped)" : "write(%lu)", size)))
+            return ImportHook<&_WriteFile>::Original(file, bytes, size, written, state);
+        if (s_self->_m_error != 0)
+            return FALSE;
         *written = size / 2;
-        return s_self->_m_error == 0;
+        return TRUE;
     }
 
     static BOOL WINAPI _ReleaseMutex(HANDLE mutex)
@@ -103,17 +152,51 @@ class PipeCalls {
         return released;
     }
 
+    static BOOL WINAPI _CloseHandle(HANDLE object)
+    {
+        std::string name;
+        {
+            const std::lock_guard<std::mutex> turn(s_self->_m_lock);
+            if (const auto found = s_self->_m_open.find(object); found != s_self->_m_open.end()) {
+                name = found->second;
+                s_self->_m_open.erase(found);
+            }
+        }
+        if (!name.empty())
+            (void)s_self->_Step("close-" + name);
+        const BOOL closed = ImportHook<&_CloseHandle>::Original(object);
+        ::SetLastError(c_cleanUpError);
+        return closed;
+    }
+
     /// Notes a step; false, with the last error set, when it is to fail.
-    bool _Step(std::string_view step)
+    bool _Step(const std::string& step)
     {
         if (::GetCurrentThreadId() != _m_thread)
             return true;
-        _m_steps.append(step).append(1, ' ');
+        _m_steps += step + ' ';
         if (step != _m_failing)
             return true;
         _m_failing.clear();
         ::SetLastError(_m_error);
         return false;
+    }
+
+    /// Notes an object that was opened; `name` is empty where closing it is no step.
+    HANDLE _Opened(HANDLE object, const char* name)
+    {
+        const CkxLastErrorKeeper keeper;
+        const std::lock_guard<std::mutex> turn(_m_lock);
+        if (object != nullptr && object != INVALID_HANDLE_VALUE)
+            _m_open[object] = name;
+        return object;
+    }
+
+    bool _Names(HANDLE object, const char* name)
+    {
+        const std::lock_guard<std::mutex> turn(_m_lock);
+        const auto found = _m_open.find(object);
+        return found != _m_open.end() && found->second == name;
     }
 
     static inline PipeCalls* s_self = nullptr;
@@ -125,6 +208,11 @@ class PipeCalls {
     DWORD _m_error = 0;
     std::wstring _m_owner;
     bool _m_pretending = false;
+    const void* _m_lastWritten = nullptr;
+    std::mutex _m_lock;
+    std::map<HANDLE, std::string> _m_open; ///< guarded by _m_lock
+    ImportHook<&_CreateMutex> _m_createMutex{"CreateMutexW"};
+    ImportHook<&_OpenEvent> _m_openEvent{"OpenEventW"};
     ImportHook<&_Wait> _m_wait{"WaitForSingleObjectEx"};
     ImportHook<&_WaitNamedPipe> _m_waitNamedPipe{"WaitNamedPipeW"};
     ImportHook<&_GetSecurity> _m_getSecurity{"GetKernelObjectSecurity"};
@@ -132,4 +220,5 @@ class PipeCalls {
     ImportHook<&_WriteFile> _m_writeFile{"WriteFile"};
     ImportHook<&_ReleaseMutex> _m_releaseMutex{"ReleaseMutex"};
     ImportHook<&_CreateFile> _m_createFile{"CreateFileW"};
+    ImportHook<&_CloseHandle> _m_closeHandle{"CloseHandle"};
 };

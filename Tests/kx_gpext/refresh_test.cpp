@@ -182,6 +182,37 @@ TEST_F(WholeRefresh, AFaultyGpoHarmsNoOther)
     }
 }
 
+// What is unusual about a GPO's files and names, and harms nothing.
+TEST_F(WholeRefresh, OddFilesAndNamesArriveAsTheyAre)
+{
+    const std::wstring inside = kInExtensionFolder;
+    CkxListedGpo lowerCase = MakeGpo(kGpoA, {});
+    ASSERT_TRUE(::DeleteFileW((lowerCase.folder + inside + L"Policies.xml").c_str()));
+    WritePolicyFile(kGpoA, L"policies.XML", "<GpoPolicies version='5'><Policy order='1'/></GpoPolicies>");
+    lowerCase.displayName = L"100%s %n%d %1!s!";
+    _m_changed.Add(lowerCase);
+
+    CkxListedGpo deep = MakeGpo(kGpoB, {});
+    deep.folder = L"\\\\?\\" + (_m_folder / L"deep");
+    while (deep.folder.size() < std::size_t{2} * MAX_PATH) {
+        ASSERT_TRUE(::CreateDirectoryW(deep.folder.c_str(), nullptr));
+        deep.folder += L"\\" + std::wstring(60, L'd');
+    }
+    ASSERT_TRUE(::CreateDirectoryW(deep.folder.c_str(), nullptr));
+    ASSERT_TRUE(::CreateDirectoryW((deep.folder + inside).c_str(), nullptr));
+    const std::wstring source = _m_folder / (std::wstring(L"gpos\\") + kGpoA + inside + L"policies.XML");
+    ASSERT_TRUE(::CopyFileW(source.c_str(), (deep.folder + inside + L"Policies.xml").c_str(), TRUE));
+    deep.folder.erase(0, 4); // as the engine would name it
+    _m_changed.Add(deep);
+
+    EXPECT_EQ(Refresh(kUser), 0U);
+    const std::string meaning = ReceivedMeaning();
+    EXPECT_THAT(meaning, HasSubstr("displayName=\"100%s %n%d %1!s!\""));
+    EXPECT_THAT(meaning, HasSubstr("Policy order=\"100001\"")) << "named in another case";
+    EXPECT_THAT(meaning, HasSubstr("Policy order=\"1\"")) << "beyond MAX_PATH";
+    EXPECT_THAT(Trace(), HasSubstr("Display Name: 100%s %n%d %1!s!"));
+}
+
 TEST_F(WholeRefresh, TextThatNoParserReadsIsReplaced)
 {
     CkxListedGpo gpo = MakeGpo(kGpoA, {});

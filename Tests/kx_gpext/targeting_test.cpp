@@ -102,6 +102,15 @@ TEST_F(Targeting, TheExtensionIsCalledAsTheEngineWould)
                   L"</Registry></RegistrySettings>"));
 }
 
+TEST_F(Targeting, WithoutTargetingNothingIsTouched)
+{
+    const TargetingCalls& seen = _m_scripted.Watch();
+    const int before = seen.calls;
+    EXPECT_EQ(Delivered("<Policy name='a'/>"), "a");
+    EXPECT_EQ(seen.calls, before);
+    EXPECT_EQ(::GetFileAttributesW((_m_folder / L"tmp").c_str()), INVALID_FILE_ATTRIBUTES);
+}
+
 TEST_F(Targeting, AnExtensionThatIsNotThereLetsThrough)
 {
     const struct {

@@ -2,7 +2,7 @@
 #include "Common_CPP/path_converter/hard_links.h"
 #include "Common_CPP/path_converter/path_converter.h"
 #include "Common_CPP/util/unique_handle.h"
-#include "Tests/support/failing_import.h"
+#include "Tests/support/hook.h"
 #include "Tests/support/temp_folder.h"
 #include "Tools/host/patched_import.h"
 

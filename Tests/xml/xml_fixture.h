@@ -3,7 +3,7 @@
 
 #include "Common_CPP/xml/xml.h"
 #include "Tests/support/com_scope.h"
-#include "Tests/support/failing_import.h"
+#include "Tests/support/hook.h"
 #include "Tests/support/patched_slot.h"
 #include "Tests/support/recorded_trace.h"
 #include "Tests/support/temp_folder.h"
