@@ -1,7 +1,7 @@
 // libFuzzer target: any file. Its tree compares equal to itself, all rules look at it, their findings stand
 // in it, and what a CI is given is XML.
 //
-//   lint_fuzz -max_len=1024 -dict=lint.dict
+//   lint_fuzz -max_len=512 -dict=lint.dict
 #include "Tests/fuzz/fuzz_input.h"
 #include "Tools/kx_gpsim/element_diff.h"
 #include "Tools/kx_gpsim/lint_json.h"

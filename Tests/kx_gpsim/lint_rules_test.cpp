@@ -20,7 +20,6 @@ namespace {
 using std::string;
 using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::IsEmpty;
 
 // The texts of a set's files: "GPO/scope/file", such as "base/machine/Policies.xml". The GPOs' names sort as
 // they stand in the list.
