@@ -9,10 +9,14 @@
 
 #include <gmock/gmock.h>
 
+#include <cwchar>
+
 namespace {
 
 using testing::HasSubstr;
 using testing::Not;
+
+constexpr wchar_t kHalfOfPair = 0xD800;
 
 // The one call that the parser refuses: its kind and the name of its subject, or how that begins.
 std::wstring g_refused;
@@ -46,12 +50,22 @@ HRESULT STDMETHODCALLTYPE SetAttribute(IXMLDOMElement* self, BSTR name, VARIANT 
 
 HRESULT STDMETHODCALLTYPE GetXml(IXMLDOMNode* self, BSTR* xml)
 {
-    return Refuses(L"text of " + NameOf(self)) ? E_FAIL : SlotHook<&GetXml>::Original(self, xml);
+    if (Refuses(L"text of " + NameOf(self)))
+        return E_FAIL;
+    const HRESULT hr = SlotHook<&GetXml>::Original(self, xml);
+    if (hr == S_OK && Refuses(L"spoil text of " + NameOf(self)))
+        (*xml)[::SysStringLen(*xml) - 1] = kHalfOfPair;
+    return hr;
 }
 
 HRESULT STDMETHODCALLTYPE LoadXml(IXMLDOMDocument* self, BSTR xml, VARIANT_BOOL* done)
 {
-    return Refuses(std::wstring(L"load ") + xml) ? E_FAIL : SlotHook<&LoadXml>::Original(self, xml, done);
+    if (Refuses(std::wstring(L"load ") + xml))
+        return E_FAIL;
+    if (!std::wcschr(xml, kHalfOfPair))
+        return SlotHook<&LoadXml>::Original(self, xml, done);
+    *done = VARIANT_TRUE; // a parser that takes what cannot be written
+    return S_OK;
 }
 
 HRESULT STDMETHODCALLTYPE CreateElement(IXMLDOMDocument* self, BSTR name, IXMLDOMElement** element)
@@ -135,6 +149,7 @@ TEST_F(ParserFaultsTest, AFailedMergeEndsItsGpoOnly)
          "ERROR: AddChild(<GUI>) failed. GPO GPO A"},
         // Targeting that cannot be asked lets through.
         {L"text of ItemLevelTargeting>", whole + " ", "ERROR: Failed to get text of ItemLevelTargeting node"},
+        {L"spoil text of ItemLevelTargeting>", whole + " ", "ERROR: Failed to load ILT registry policy"},
         {L"load <?xml", whole + " ", "ERROR: Failed to load ILT registry policy"},
     };
 

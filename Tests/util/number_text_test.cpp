@@ -49,6 +49,14 @@ bool Agree(const std::wstring& text)
            Ours<std::int64_t>(text, kx::ScanAnyBaseInt64) == Platform<std::int64_t>(text, L"%I64i%c");
 }
 
+template <class Char>
+Pair<std::int64_t> OfAnyBase(std::basic_string_view<Char> text)
+{
+    std::int64_t value = 77;
+    const bool accepted = kx::ScanAnyBaseInt64(text, value);
+    return {accepted, value};
+}
+
 std::string Codes(const std::wstring& text)
 {
     std::string codes;
@@ -75,11 +83,13 @@ TEST(NumberTextPlatform, AgreesOnLongNumbers)
         std::wstring text(random() % 3, L' ');
         text += std::wstring_view(L"-+").substr(random() % 3, 1);
         const bool marked = random() % 2 == 0;
-        text += std::wstring_view(L"0x").substr(0, marked ? 2 : 0);
+        text += marked ? random() % 2 == 0 ? L"0x" : L"0X" : L"";
         for (unsigned digits = 1 + random() % 45; digits > 0; --digits)
             text += L"0123456789abcdefABCDEF"[random() % (marked ? 22 : 10)];
         if (random() % 8 == 0)
             text += L" x."[random() % 3];
         ASSERT_TRUE(Agree(text)) << Codes(text);
+        const std::string narrow(text.begin(), text.end());
+        ASSERT_TRUE(OfAnyBase<char>(narrow) == OfAnyBase<wchar_t>(text)) << narrow;
     }
 }
