@@ -1,10 +1,9 @@
-// Settings, texts and transacted keys, over a real registry.
+// Settings, texts, status lines and transacted keys, over a real registry.
 #include "Agent/engine/kx_gpext/gp_reg_key.h"
 #include "Agent/engine/kx_gpext/gp_utils.h"
 #include "Agent/engine/kx_gpext/kx_gpext.h"
 #include "Tests/support/hook.h"
-
-#include <gtest/gtest.h>
+#include "Tests/trace/trace_fixture.h"
 
 #include <cstring>
 
@@ -84,6 +83,45 @@ TEST_F(GpUtils, ATokenIsShownByItsUser)
     wrong.Attach(reinterpret_cast<HANDLE>(UINT_PTR{0xAB00}));
     EXPECT_STREQ(CkxGpUtils::TokenUserToText(wrong), L"<InvalidUserToken=0x0000AB00>");
     (void)wrong.Detach();
+}
+
+BOOL g_verbose = FALSE;
+std::wstring g_status;
+
+DWORD CALLBACK TakeStatus(BOOL verbose, LPWSTR message)
+{
+    g_verbose = verbose;
+    g_status = message;
+    ::SetLastError(5);
+    return 0;
+}
+
+class GpUtilsTrace : public TraceFixture {};
+
+TEST_F(GpUtilsTrace, AStatusGoesToTheTraceAndToTheEngine)
+{
+    const struct {
+        std::uint32_t level;
+        const char* prefix;
+        BOOL verbose;
+    } rows[] = {{99, "ERROR: ", TRUE},    {100, "ERROR: ", TRUE},   {199, "ERROR: ", TRUE},
+                {200, "WARNING: ", TRUE}, {250, "WARNING: ", TRUE}, {299, "WARNING: ", TRUE},
+                {300, "INFO: ", FALSE}};
+
+    ConfigureQuietly("print@class@CkxGpUtils@@on\n");
+    for (const auto& row : rows) {
+        for (const bool engine : {true, false}) {
+            g_verbose = -1;
+            g_status.clear();
+            ::SetLastError(0x12345678);
+            CkxGpUtils::StatusReport(engine ? &TakeStatus : nullptr, row.level, L"%s has %d %%", L"K\x00E4se",
+                                     -7);
+            EXPECT_EQ(::GetLastError(), 0x12345678U);
+            EXPECT_EQ(Take(), row.prefix + std::string("K\xC3\xA4se has -7 %\n")) << row.level;
+            EXPECT_EQ(g_status, engine ? L"K\x00E4se has -7 %" : L"") << row.level;
+            EXPECT_EQ(g_verbose, engine ? row.verbose : -1) << row.level;
+        }
+    }
 }
 
 // The system's look-up of functions, as a system sees it that has the transacted ones, or has not.

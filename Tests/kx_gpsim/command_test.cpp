@@ -84,7 +84,7 @@ TEST_F(Command, TheDocumentIsWrittenMasked)
     EXPECT_THAT(_m_errors, HasSubstr(work)) << "the folder that stays is named";
     EXPECT_TRUE(ReadBytes(kx::Wide(work) + L"\\kx_gpext.dll") == ReadBytes(KX_STAGE L"\\kx_gpext.dll"))
         << "the extension as it ships";
-    std::filesystem::remove_all(work);
+    std::filesystem::remove_all(kx::Wide(work));
 }
 
 TEST_F(Command, ShowsNoSecretOfTheConfiguration)
@@ -138,6 +138,26 @@ TEST_F(Command, TheTraceSaysWhenUnlessItIsConfigured)
         EXPECT_THAT(lines(), testing::Each(testing::MatchesRegex(time))) << why;
     _m_folder.Write(L"run\\kx_gpext.cfg", "prefix@file@@all@mine\n");
     EXPECT_THAT(lines(), testing::Contains(StartsWith("mine ")));
+}
+
+TEST_F(Command, ManyGposArriveInOrder)
+{
+    constexpr int count = 999;
+    for (int i = 1; i <= count; ++i) {
+        wchar_t name[64];
+        ::swprintf_s(name, L"{%08X-0000-0000-0000-000000000000}", i);
+        WritePolicy(name, L"Machine");
+    }
+    EXPECT_EQ(Run({L"apply", L"gpos", L"--json", L"run.json"}), 0) << _m_errors;
+    const kx::PassResult pass = Saved().passes.at(0);
+    ASSERT_EQ(pass.gpos.size(), 999U);
+    ASSERT_EQ(pass.policies.size(), 999U);
+    EXPECT_EQ(pass.recorded.size(), 999U);
+    for (std::size_t i = 0; i < pass.policies.size(); ++i) {
+        ASSERT_EQ(pass.gpos[i].taken, 1U) << i;
+        ASSERT_EQ(pass.policies[i].gpo, pass.gpos[i].gpo.name) << i;
+        ASSERT_EQ(pass.policies[i].order, 1000000009 + (998 - static_cast<int>(i)) * 100000) << i;
+    }
 }
 
 TEST_F(Command, StateTellsWhatTheEngineWouldDo)
